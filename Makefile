@@ -1,0 +1,57 @@
+# Front door of the repository. Each target first makes sure that the Debian packages it needs are there.
+PREFIX  ?= /usr/local
+DESTDIR ?=
+ENSURE  := tools/ensure-packages.sh
+
+.PHONY: help run test lint bench fuzz coverage install clean
+
+help:
+	@echo "make run        build, and show the command lines of an example edit"
+	@echo "make test       static checks, and the whole suite under GCC and Clang with sanitizers"
+	@echo "make lint       formatting, clang-tidy, YANG module, scripts"
+	@echo "make bench      benchmarks, optimised build"
+	@echo "make fuzz       fuzz every harness for FUZZ_SECONDS (60) seconds"
+	@echo "make coverage   line and branch coverage of the suite, in build/coverage"
+	@echo "make install    into PREFIX ($(PREFIX)), below DESTDIR for packaging"
+	@echo "make clean      remove build/"
+
+run:
+	@$(ENSURE) build
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release
+	build/release/host/cli/qn-ips plan examples/create-webguard.xml
+
+test:
+	@$(ENSURE) test
+	@tools/test.sh
+
+lint:
+	@$(ENSURE) lint
+	@tools/checks.sh
+	@cmake --preset clang >/dev/null
+	@tools/tidy.sh build/clang
+
+bench:
+	@$(ENSURE) bench
+	@cmake --preset bench >/dev/null
+	@cmake --build --preset bench
+	@tools/bench.sh build/bench
+
+fuzz:
+	@$(ENSURE) fuzz
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz
+	@tools/fuzz.sh build/fuzz $(or $(FUZZ_SECONDS),60)
+
+coverage:
+	@$(ENSURE) coverage
+	@tools/coverage.sh build/coverage
+
+install:
+	@$(ENSURE) install
+	@cmake --preset install -D CMAKE_INSTALL_PREFIX=$(PREFIX) >/dev/null
+	@cmake --build --preset install
+	DESTDIR=$(DESTDIR) cmake --install build/install
+
+clean:
+	rm -rf build

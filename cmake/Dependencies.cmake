@@ -1,0 +1,17 @@
+# Libraries from the distribution. All of them count as system headers, so their code raises no warnings here.
+
+find_package(LibXml2 REQUIRED)
+find_package(fmt REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(Threads REQUIRED)
+
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(libyang REQUIRED IMPORTED_TARGET "libyang>=2.1" "libyang<3")
+
+if(BUILD_TESTING OR QN_IPS_BUILD_FUZZ)
+    find_package(GTest REQUIRED)
+endif()
+if(QN_IPS_BUILD_BENCH)
+    find_package(benchmark REQUIRED)
+endif()

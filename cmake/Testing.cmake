@@ -1,0 +1,28 @@
+include(GoogleTest)
+
+# qn_ips_add_test(<name> SOURCES <file>... [LIBS <library>...] [LOADS_MODULES])
+#
+# A GoogleTest program; each of its tests is a test of CTest under the name <program>.<suite>.<test>. LOADS_MODULES makes
+# the program a server that a module can be loaded into.
+#
+# Compile definitions: QN_IPS_YANG_DIR and QN_IPS_IETF_YANG_DIR (YANG modules), QN_IPS_TEST_DATA (the folder of the
+# calling CMakeLists.txt).
+function(qn_ips_add_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "LOADS_MODULES" "" "SOURCES;LIBS")
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest_main qn_ips_warnings)
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    target_compile_definitions(
+        ${name}
+        PRIVATE QN_IPS_YANG_DIR="${QN_IPS_YANG_DIR}" QN_IPS_IETF_YANG_DIR="${QN_IPS_IETF_YANG_DIR}"
+                QN_IPS_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}")
+    if(arg_LOADS_MODULES)
+        qn_ips_serve_modules(${name})
+    endif()
+    gtest_discover_tests(
+        ${name}
+        TEST_PREFIX "${name}."
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT 300)
+endfunction()

@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Runs clang-tidy over the files of a configured build; a warning is an error. A file that is compiled several times is
+# read once.
+#
+#   tools/tidy.sh BUILD_DIR [PATTERN]       PATTERN: only files whose path matches
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=$1
+pattern=${2:-.}
+
+# The faulty modules of the loader's tests are not held to the rules of the code.
+files=$(grep -oP '^\s*"file": "\K[^"]+' "$build/compile_commands.json" | sort -u |
+    grep -v '/broken_modules/' | grep -E "$pattern" || true)
+if [[ -z $files ]]; then
+    echo "tidy: no file in $build matches $pattern" >&2
+    exit 1
+fi
+
+status=0
+output=$(xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p "$build" <<<"$files" 2>&1) || status=$?
+# The counts of suppressed warnings in system headers are noise; a finding in a header comes once for each includer.
+grep -vE '^[0-9]+ warnings?( and [0-9]+ errors?)? (generated|treated as errors)|^Suppressed |^Use -header-filter' <<<"$output" |
+    awk '!/(warning|error):/ || !seen[$0]++' || true
+exit "$status"
