@@ -1,0 +1,101 @@
+// qn-ips: the stand-alone host on the command line. Parses the global options and hands over to the chosen subcommand.
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "build_paths.h"
+#include "cli/command.h"
+
+namespace qnips::cli
+{
+
+namespace
+{
+
+constexpr char path_separator = ':';
+
+std::vector<std::filesystem::path> default_yang_folders()
+{
+    std::vector<std::filesystem::path> folders;
+    std::istringstream list(QN_IPS_DEFAULT_YANG_PATH);
+    for (std::string folder; std::getline(list, folder, path_separator);)
+        folders.emplace_back(folder);
+    return folders;
+}
+
+void add_global_options(CLI::App& app, GlobalOptions& options)
+{
+    app.add_option("--module", options.module, "The module's shared library")
+        ->type_name("LIB.so")
+        ->envname("QN_IPS_MODULE")
+        ->capture_default_str();
+    app.add_option("--yang", options.yang, "Folder with YANG modules; repeatable, searched in order")
+        ->type_name("DIR")
+        ->envname("QN_IPS_YANG_PATH")
+        ->delimiter(path_separator)
+        ->allow_extra_args(false)
+        ->capture_default_str();
+    app.set_version_flag("--version", "qn-ips " QN_IPS_VERSION);
+}
+
+int usage_error(std::string_view message)
+{
+    fmt::print(stderr, "qn-ips: error: {}\nRun with --help for more information.\n", message);
+    return exit_usage;
+}
+
+// Prints what --help and --version ask for, or the usage error.
+int report(const CLI::App& app, const CLI::ParseError& error)
+{
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+        return app.exit(error);
+    return usage_error(error.what());
+}
+
+int run(int argc, char** argv)
+{
+    CLI::App app("Stand-alone host of the intrusion-prevention configuration module", "qn-ips");
+    GlobalOptions options{.module = QN_IPS_DEFAULT_MODULE, .yang = default_yang_folders()};
+    add_global_options(app, options);
+    app.fallthrough();            // global options may also stand behind the subcommand
+    app.require_subcommand(0, 1); // not 1, which reports a mistyped command as a missing one
+
+    const std::vector<Command> commands = {
+        add_plan_command(app, options),
+        add_nodes_command(app, options),
+        add_check_module_command(app, options),
+    };
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return report(app, error);
+    }
+    for (const Command& command : commands) {
+        if (command.app->parsed())
+            return command.run();
+    }
+    return usage_error("no command given");
+}
+
+} // namespace
+
+} // namespace qnips::cli
+
+int main(int argc, char** argv)
+{
+    try {
+        return qnips::cli::run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fflush(stdout);
+        fmt::print(stderr, "qn-ips: error: {}\n", error.what());
+        return qnips::cli::exit_refused;
+    }
+}

@@ -1,0 +1,58 @@
+// A command platform that accepts every script and remembers it: what a dry run shows and what tests compare.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/command_platform.h"
+
+namespace qnips
+{
+
+class RecordingPlatform final : public CommandPlatform
+{
+public:
+    struct Script {
+        std::vector<CommandLine> lines;
+        int operation = 0; // API_CMD_OPERATION
+        bool accepted = true;
+
+        bool operator==(const Script&) const = default;
+    };
+
+    // Refuses the script number `number` with `error`. Scripts are counted from 1 since the platform was made, refused
+    // ones included; only this one is refused. A second call replaces the first.
+    void fail_script(std::size_t number, PlatformError error);
+
+    // All scripts in the order in which they came, the refused one included.
+    [[nodiscard]] const std::vector<Script>& scripts() const { return scripts_; }
+
+    // The lines of the accepted scripts, in order.
+    [[nodiscard]] std::vector<CommandLine> accepted_lines() const;
+
+    [[nodiscard]] const std::vector<std::string>& removed_vsys() const { return removed_vsys_; }
+
+    std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) override;
+    void remove_vsys(std::string_view name) override;
+
+    // It keeps lines, not a device: every question is answered with none.
+    PlatformAnswer configuration() override;
+    PlatformAnswer state() override;
+    PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override;
+
+private:
+    struct Failure {
+        std::size_t number;
+        PlatformError error;
+    };
+
+    std::vector<Script> scripts_;
+    std::vector<std::string> removed_vsys_;
+    std::optional<Failure> failure_;
+};
+
+} // namespace qnips

@@ -1,0 +1,258 @@
+#include "server/edit_node.h"
+
+#include <cstring>
+#include <string_view>
+
+#include <fmt/format.h>
+#include <libyang/libyang.h>
+
+#include "server/config_tree.h"
+#include "server/edit_refusal.h"
+#include "server/libyang_error.h"
+#include "server/yang_schema.h"
+
+namespace qnips
+{
+
+namespace
+{
+
+constexpr std::string_view netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+
+struct OperationWord {
+    const char* word;
+    EditOperation operation;
+};
+constexpr OperationWord operation_words[] = {
+    {"merge", EditOperation::merge},   {"replace", EditOperation::replace},
+    {"create", EditOperation::create}, {"delete", EditOperation::delete_existing},
+    {"remove", EditOperation::remove}, {"none", EditOperation::none}};
+
+struct InsertWord {
+    const char* word;
+    InsertAt place;
+};
+constexpr InsertWord insert_words[] = {
+    {"first", InsertAt::first}, {"last", InsertAt::last}, {"before", InsertAt::before}, {"after", InsertAt::after}};
+
+[[noreturn]] void refuse_attribute(const EditNode& edit, const std::string& text, std::string app_tag = {})
+{
+    throw RpcError("bad-attribute", edit_path(edit.node), text, std::move(app_tag));
+}
+
+bool is_removal(EditOperation operation)
+{
+    return operation == EditOperation::delete_existing || operation == EditOperation::remove;
+}
+
+void read_operation(EditNode& edit, std::string_view value)
+{
+    for (const OperationWord& word : operation_words) {
+        if (word.word == value && word.operation != EditOperation::none) {
+            edit.operation = word.operation;
+            return;
+        }
+    }
+    refuse_attribute(edit, fmt::format("\"{}\" is not an operation", value));
+}
+
+InsertAt insert_place(const char* value)
+{
+    for (const InsertWord& word : insert_words)
+        if (std::strcmp(word.word, value) == 0)
+            return word.place;
+    return InsertAt::unspecified;
+}
+
+void check_insert(const EditNode& edit, const lyd_meta* key, const lyd_meta* value)
+{
+    if (edit.insert == InsertAt::unspecified && key == nullptr && value == nullptr)
+        return;
+    if (!lysc_is_userordered(edit.schema))
+        refuse_attribute(edit, "insert, key and value are for entries of user-ordered lists only");
+    if (is_removal(edit.operation) || edit.operation == EditOperation::none)
+        refuse_attribute(edit, fmt::format("insert does not go with operation {}", operation_word(edit.operation)));
+
+    const bool by_anchor = edit.insert == InsertAt::before || edit.insert == InsertAt::after;
+    const bool is_list = edit.schema->nodetype == LYS_LIST;
+    const lyd_meta* wanted = is_list ? key : value;
+    const lyd_meta* other = is_list ? value : key;
+    if (other != nullptr || (wanted != nullptr) != by_anchor)
+        refuse_attribute(edit,
+                         fmt::format("insert before or after needs the attribute {}, and only they take it",
+                                     is_list ? "key" : "value"),
+                         "missing-instance");
+}
+
+void read_attributes(EditNode& edit)
+{
+    const lyd_meta* key = nullptr;
+    const lyd_meta* value = nullptr;
+    for (const lyd_meta* meta = edit.node->meta; meta != nullptr; meta = meta->next) {
+        const std::string_view module = meta->annotation->module->name;
+        const std::string_view name = meta->name;
+        if (module == "ietf-netconf" && name == "operation")
+            read_operation(edit, lyd_get_meta_value(meta));
+        else if (module == "yang" && name == "insert")
+            edit.insert = insert_place(lyd_get_meta_value(meta));
+        else if (module == "yang" && name == "key")
+            key = meta;
+        else if (module == "yang" && name == "value")
+            value = meta;
+    }
+    check_insert(edit, key, value);
+    if (key != nullptr)
+        edit.anchor = lyd_get_meta_value(key);
+    else if (value != nullptr)
+        edit.anchor = lyd_get_meta_value(value);
+}
+
+// A node that does not fit the schema is legal in one form only: as a leaf that is to be removed, named without a value
+// (an empty text is no legal value of most types).
+void read_opaque(EditNode& edit, const lysc_node* parent)
+{
+    const auto* opaque = reinterpret_cast<const lyd_node_opaq*>(edit.node);
+    for (const lyd_attr* attribute = opaque->attr; attribute != nullptr; attribute = attribute->next)
+        if (std::strcmp(attribute->name.name, "operation") == 0 && attribute->name.module_ns != nullptr &&
+            attribute->name.module_ns == netconf_namespace)
+            read_operation(edit, attribute->value);
+
+    edit.schema = named_schema(edit.node, parent);
+    const bool names_a_leaf = edit.schema != nullptr && edit.schema->nodetype == LYS_LEAF &&
+                              !lysc_is_key(edit.schema) && opaque->child == nullptr &&
+                              std::string_view(opaque->value).find_first_not_of(" \t\r\n") == std::string_view::npos;
+    if (!names_a_leaf || !is_removal(edit.operation))
+        refuse_misfit(edit.node, parent);
+}
+
+EditNode read_edit_node(const lyd_node* node, const lysc_node* parent, EditOperation inherited)
+{
+    EditNode edit;
+    edit.node = node;
+    edit.schema = node->schema;
+    edit.operation = inherited;
+    if (edit.schema == nullptr)
+        read_opaque(edit, parent);
+    else if (node->meta != nullptr)
+        read_attributes(edit);
+    if ((edit.schema->flags & LYS_CONFIG_R) != 0)
+        throw RpcError("unknown-element", edit_path(node), "state data cannot be edited");
+    return edit;
+}
+
+void refuse_twin(const EditNode& edit, const lyd_node* first)
+{
+    lyd_node* twin = nullptr;
+    if (edit.node->schema != nullptr)
+        twin = find_counterpart(first, edit.node);
+    else if (lyd_find_sibling_val(first, edit.schema, nullptr, 0, &twin) != LY_SUCCESS)
+        lyd_find_sibling_opaq_next(first, edit.schema->name, &twin);
+    const bool root_again = edit.schema->parent == nullptr && edit.schema->nodetype == LYS_CONTAINER;
+    if (twin != nullptr && twin != edit.node && !root_again)
+        throw RpcError("bad-element", edit_path(edit.node), "the edit has this node more than once");
+}
+
+// A container without presence only counts with what the edit puts into it.
+bool brings_content(const EditNode& edit)
+{
+    if (!lysc_is_np_cont(edit.schema))
+        return !is_removal(edit.operation) && edit.operation != EditOperation::none;
+    for (const lyd_node* child = lyd_child(edit.node); child != nullptr; child = child->next)
+        if (brings_content(read_edit_node(child, edit.schema, edit.operation)))
+            return true;
+    return false;
+}
+
+// The case of each choice that the nodes read so far belong to.
+class CaseLedger
+{
+public:
+    void enter(const EditNode& edit)
+    {
+        const lysc_node* node = edit.schema->parent;
+        if (node == nullptr || node->nodetype != LYS_CASE || !brings_content(edit))
+            return;
+        for (; node != nullptr && (node->nodetype & (LYS_CHOICE | LYS_CASE)) != 0; node = node->parent)
+            if (node->nodetype == LYS_CASE)
+                enter(edit, node);
+    }
+
+private:
+    struct Entry {
+        const lysc_node* branch;
+        const lyd_node* node;
+    };
+
+    void enter(const EditNode& edit, const lysc_node* branch)
+    {
+        for (const Entry& entry : entries_) {
+            if (entry.branch == branch)
+                return;
+            if (entry.branch->parent == branch->parent)
+                refuse_both_cases(edit.node, entry.node, branch->parent);
+        }
+        entries_.push_back({branch, edit.node});
+    }
+
+    std::vector<Entry> entries_;
+};
+
+std::vector<EditNode> read_siblings(const lyd_node* first, const EditNode* parent, EditOperation inherited)
+{
+    std::vector<EditNode> result;
+    CaseLedger cases;
+    for (const lyd_node* node = first; node != nullptr; node = node->next) {
+        EditNode edit = read_edit_node(node, parent != nullptr ? parent->schema : nullptr, inherited);
+        refuse_twin(edit, first);
+        cases.enter(edit);
+        if (!lysc_is_key(edit.schema))
+            result.push_back(std::move(edit));
+        else if (edit.operation != inherited)
+            refuse_attribute(edit, "a key cannot have another operation than its entry");
+    }
+    return result;
+}
+
+} // namespace
+
+void refuse_both_cases(const lyd_node* node, const lyd_node* other, const lysc_node* choice)
+{
+    throw RpcError("bad-element", edit_path(node),
+                   fmt::format("\"{}\" and \"{}\" exclude each other (choice \"{}\")", node_name(other),
+                               node_name(node), choice->name));
+}
+
+std::vector<EditNode> read_edit_roots(const lyd_node* first, EditOperation inherited)
+{
+    return read_siblings(first, nullptr, inherited);
+}
+
+std::vector<EditNode> read_edit_children(const EditNode& parent)
+{
+    return read_siblings(lyd_child(parent.node), &parent, parent.operation);
+}
+
+std::string edit_path(const lyd_node* node)
+{
+    if (node->schema != nullptr)
+        return instance_path(node);
+    const lyd_node* parent = lyd_parent(node);
+    if (parent != nullptr)
+        return fmt::format("{}/{}", edit_path(parent), node_name(node));
+    const auto* opaque = reinterpret_cast<const lyd_node_opaq*>(node);
+    const lys_module* module = opaque->name.module_ns != nullptr
+                                   ? ly_ctx_get_module_implemented_ns(LYD_CTX(node), opaque->name.module_ns)
+                                   : nullptr;
+    return module != nullptr ? fmt::format("/{}:{}", module->prefix, node_name(node))
+                             : fmt::format("/{}", node_name(node));
+}
+
+const char* operation_word(EditOperation operation)
+{
+    for (const OperationWord& word : operation_words)
+        if (word.operation == operation)
+            return word.word;
+    return "";
+}
+
+} // namespace qnips

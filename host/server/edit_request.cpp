@@ -1,0 +1,233 @@
+#include "server/edit_request.h"
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include <fmt/format.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libyang/libyang.h>
+
+#include "server/libyang_error.h"
+
+namespace qnips
+{
+
+namespace
+{
+
+constexpr std::string_view netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+
+struct DocumentDeleter {
+    void operator()(xmlDoc* document) const noexcept { xmlFreeDoc(document); }
+};
+struct ParserDeleter {
+    void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
+};
+struct BufferDeleter {
+    void operator()(xmlBuffer* buffer) const noexcept { xmlBufferFree(buffer); }
+};
+struct InputDeleter {
+    void operator()(ly_in* input) const noexcept { ly_in_free(input, 0); }
+};
+using DocumentPtr = std::unique_ptr<xmlDoc, DocumentDeleter>;
+
+std::string_view view(const xmlChar* text)
+{
+    return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
+}
+
+std::string trimmed(const char* text)
+{
+    std::string result = text != nullptr ? text : "";
+    result.erase(result.find_last_not_of(" \r\n") + 1);
+    return result;
+}
+
+// libxml2 goes first: it names line and column of what is no XML, converts encodings, and limits depth and sizes.
+DocumentPtr parse_xml(std::string_view xml)
+{
+    if (xml.find_first_not_of(" \t\r\n") == std::string_view::npos)
+        throw RpcError("malformed-message", {}, "the edit is empty: nothing but white space");
+    const std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
+    if (parser == nullptr)
+        throw std::bad_alloc();
+    DocumentPtr document(
+        xmlCtxtReadMemory(parser.get(), xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
+                          XML_PARSE_NONET | XML_PARSE_NOCDATA | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    if (document == nullptr) {
+        const xmlError* error = xmlCtxtGetLastError(parser.get());
+        throw RpcError("malformed-message", {},
+                       fmt::format("not well-formed XML at line {}, column {}: {}", error != nullptr ? error->line : 0,
+                                   error != nullptr ? error->int2 : 0,
+                                   trimmed(error != nullptr ? error->message : nullptr)));
+    }
+    // RFC 6241, 3: a document type declaration must not appear.
+    if (xmlGetIntSubset(document.get()) != nullptr)
+        throw RpcError("malformed-message", {}, "a document type declaration is not allowed");
+    return document;
+}
+
+[[noreturn]] void throw_unknown_root(const std::string& name, std::string_view space)
+{
+    const bool known_space = space == netconf_namespace;
+    throw RpcError(known_space ? "unknown-element" : "unknown-namespace", fmt::format("/{}", name),
+                   fmt::format("the edit starts with <{}> of namespace \"{}\"; expected <rpc>, <edit-config> or "
+                               "<config> of \"{}\" or a root of the configuration",
+                               name, space, netconf_namespace));
+}
+
+// What stands around the given root in a complete request.
+struct Wrapping {
+    std::string before;
+    std::string after;
+};
+
+Wrapping wrapping_for(const YangSchema& schema, const xmlNode* root)
+{
+    const std::string name(view(root->name));
+    const std::string_view space = root->ns != nullptr ? view(root->ns->href) : std::string_view();
+    const bool netconf = space == netconf_namespace;
+    Wrapping wrapping;
+    if (netconf && name == "rpc")
+        return wrapping;
+
+    const std::string open_rpc = fmt::format("<nc:rpc xmlns:nc=\"{}\" message-id=\"1\">", netconf_namespace);
+    const std::string open_edit = "<nc:edit-config><nc:target><nc:running/></nc:target>";
+    if (netconf && name == "edit-config")
+        return {open_rpc, "</nc:rpc>"};
+    if (netconf && name == "config")
+        return {open_rpc + open_edit, "</nc:edit-config></nc:rpc>"};
+
+    const lys_module* module = ly_ctx_get_module_implemented_ns(schema.context(), std::string(space).c_str());
+    const lysc_node* node =
+        module != nullptr ? lys_find_child(nullptr, module, name.c_str(), 0, LYS_CONTAINER | LYS_LIST, 0) : nullptr;
+    if (netconf || node == nullptr)
+        throw_unknown_root(name, space);
+    return {open_rpc + open_edit + "<nc:config>", "</nc:config></nc:edit-config></nc:rpc>"};
+}
+
+std::string complete_request(const YangSchema& schema, std::string_view xml)
+{
+    const DocumentPtr document = parse_xml(xml);
+    xmlNode* root = xmlDocGetRootElement(document.get());
+    const Wrapping wrapping = wrapping_for(schema, root);
+    const std::unique_ptr<xmlBuffer, BufferDeleter> buffer(xmlBufferCreate());
+    if (buffer == nullptr || xmlNodeDump(buffer.get(), document.get(), root, 0, 0) < 0)
+        throw std::bad_alloc();
+    return wrapping.before + std::string(view(xmlBufferContent(buffer.get()))) + wrapping.after;
+}
+
+const lyd_node* child(const lyd_node* parent, const char* name)
+{
+    const lyd_node* node = lyd_child(parent);
+    while (node != nullptr && std::strcmp(node_name(node), name) != 0)
+        node = node->next;
+    return node;
+}
+
+void require_running(const lyd_node* edit_config)
+{
+    const lyd_node* target = child(edit_config, "target");
+    const lyd_node* store = target != nullptr ? lyd_child(target) : nullptr;
+    const std::string path = fmt::format("{}/target", instance_path(edit_config));
+    if (store == nullptr)
+        throw RpcError("missing-element", path, "the edit names no target datastore");
+    if (std::strcmp(node_name(store), "running") != 0)
+        throw RpcError("operation-not-supported", path,
+                       fmt::format("the edit is for <{}>; only <running> can be edited here", node_name(store)));
+}
+
+template <class Option>
+struct Word {
+    const char* text;
+    Option option;
+};
+
+constexpr Word<DefaultOperation> default_operations[] = {
+    {"merge", DefaultOperation::merge}, {"replace", DefaultOperation::replace}, {"none", DefaultOperation::none}};
+constexpr Word<TestOption> test_options[] = {
+    {"test-then-set", TestOption::test_then_set}, {"set", TestOption::set}, {"test-only", TestOption::test_only}};
+constexpr Word<ErrorOption> error_options[] = {{"stop-on-error", ErrorOption::stop_on_error},
+                                               {"continue-on-error", ErrorOption::continue_on_error},
+                                               {"rollback-on-error", ErrorOption::rollback_on_error}};
+
+template <class Option, std::size_t count>
+void read_option(const lyd_node* edit_config, const char* name, const Word<Option> (&words)[count], Option& option)
+{
+    const lyd_node* leaf = child(edit_config, name);
+    if (leaf == nullptr)
+        return;
+    for (const Word<Option>& word : words)
+        if (std::strcmp(lyd_get_value(leaf), word.text) == 0)
+            option = word.option;
+}
+
+const lyd_node* first_edit_node(const lyd_node* edit_config)
+{
+    const std::string path = fmt::format("{}/config", instance_path(edit_config));
+    const lyd_node* config = child(edit_config, "config");
+    if (config == nullptr)
+        throw RpcError("missing-element", path, "the edit has no <config>");
+    const auto* any = reinterpret_cast<const lyd_node_any*>(config);
+    const lyd_node* first = any->value_type == LYD_ANYDATA_DATATREE ? any->value.tree : nullptr;
+    if (first == nullptr)
+        throw RpcError("missing-element", path, "the edit is empty: no node below <config>");
+    return first;
+}
+
+// Elements of the configuration that do not fit are let through here, so a failure there is an attribute's.
+std::string_view parse_failure_tag(const LibyangMessage& message)
+{
+    if (message.path.empty())
+        return "operation-failed";
+    if (!message.path.starts_with("/nc:"))
+        return "bad-attribute";
+    return message.text.find("not found as a child") != std::string::npos ? "unknown-element" : "bad-element";
+}
+
+} // namespace
+
+EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml)
+{
+    const std::string text = complete_request(schema, xml);
+    ly_in* raw_input = nullptr;
+    if (ly_in_new_memory(text.c_str(), &raw_input) != LY_SUCCESS)
+        throw std::bad_alloc();
+    const std::unique_ptr<ly_in, InputDeleter> input(raw_input);
+
+    ly_err_clean(schema.context(), nullptr);
+    lyd_node* envelope = nullptr;
+    lyd_node* operation = nullptr;
+    const LY_ERR result =
+        lyd_parse_op(schema.context(), nullptr, input.get(), LYD_XML, LYD_TYPE_RPC_NETCONF, &envelope, &operation);
+    TreePtr envelope_owner(envelope);
+    TreePtr rpc_owner(operation);
+    if (result != LY_SUCCESS) {
+        const LibyangMessage message = last_message(schema.context());
+        throw RpcError(parse_failure_tag(message), message.path, message.text);
+    }
+    if (operation == nullptr || std::strcmp(node_name(operation), "edit-config") != 0)
+        throw RpcError("operation-not-supported", {},
+                       fmt::format("the request is not an <edit-config> but <{}>",
+                                   operation != nullptr ? node_name(operation) : "nothing"));
+
+    EditRequest request = read_edit_request(operation);
+    request.envelope = std::move(envelope_owner);
+    request.rpc = std::move(rpc_owner);
+    return request;
+}
+
+EditRequest read_edit_request(const lyd_node* edit_config)
+{
+    require_running(edit_config);
+    EditRequest request;
+    read_option(edit_config, "default-operation", default_operations, request.default_operation);
+    read_option(edit_config, "test-option", test_options, request.test_option);
+    read_option(edit_config, "error-option", error_options, request.error_option);
+    request.edit = first_edit_node(edit_config);
+    return request;
+}
+
+} // namespace qnips

@@ -1,0 +1,34 @@
+// An <edit-config> request (RFC 6241, 7.2) as the engine takes it: from the text of a file, or from the parsed tree
+// that a NETCONF session has received.
+#pragma once
+
+#include <string_view>
+
+#include "server/yang_schema.h"
+
+namespace qnips
+{
+
+enum class DefaultOperation { merge, replace, none };
+enum class TestOption { test_then_set, set, test_only };
+enum class ErrorOption { stop_on_error, continue_on_error, rollback_on_error };
+
+struct EditRequest {
+    // What owns the nodes of `edit`; both null when the tree belongs to somebody else, who has to keep it.
+    TreePtr envelope;
+    TreePtr rpc;
+
+    DefaultOperation default_operation = DefaultOperation::merge;
+    TestOption test_option = TestOption::test_then_set;
+    ErrorOption error_option = ErrorOption::stop_on_error;
+    const lyd_node* edit = nullptr; // the first node below <config>, never null
+};
+
+// Reads an edit from XML text whose root is <rpc>, <edit-config>, <config> or a root of the module's configuration;
+// what is missing around it is supplied, with `running` as the target. Throws RpcError.
+EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml);
+
+// Reads an edit from the <edit-config> node of a parsed rpc, which must outlive the request. Throws RpcError.
+EditRequest read_edit_request(const lyd_node* edit_config);
+
+} // namespace qnips
