@@ -1,0 +1,136 @@
+// Edits that cannot be applied: the tag, the path of the node at fault, and the configuration untouched.
+#include "server/edit_config.h"
+
+#include <gtest/gtest.h>
+
+#include "engine_fixture.h"
+
+namespace qnips::test
+{
+namespace
+{
+
+constexpr const char* before = "<settings><level>4</level></settings><item><name>a</name><size>1</size></item>"
+                               "<stage><name>a</name></stage><stage><name>b</name></stage>";
+
+struct RefusalCase {
+    const char* edit;
+    const char* error;
+};
+
+void expect_refused(const char* default_operation, const std::vector<RefusalCase>& cases)
+{
+    ConfigTree tree = config(before);
+    const std::string original = exact_text_of(tree);
+    for (const RefusalCase& test : cases) {
+        EXPECT_EQ(error_of([&] {
+                      // A leaf is changed first, so that there is something to take back.
+                      const std::string content = std::string("<single nc:operation='merge'>x</single>") + test.edit;
+                      const AppliedEdit edit(tree, request_of(default_operation, top(content)));
+                  }),
+                  test.error)
+            << test.edit;
+        EXPECT_EQ(exact_text_of(tree), original) << test.edit;
+    }
+}
+
+TEST(EditRefusal, ExistenceContradictsTheOperation)
+{
+    expect_refused(
+        "merge",
+        {
+            {"<item nc:operation='create'><name>a</name></item>", "data-exists /et:top/item[name='a']"},
+            {"<settings nc:operation='create'><level>5</level></settings>", "data-exists /et:top/settings"},
+            {"<settings><level nc:operation='create'>4</level></settings>", "data-exists /et:top/settings/level"},
+            {"<item nc:operation='delete'><name>b</name></item>", "data-missing /et:top/item[name='b']"},
+            {"<settings><label nc:operation='delete'/></settings>", "data-missing /et:top/settings/label"},
+            {"<settings><tag nc:operation='delete'>x</tag></settings>", "data-missing /et:top/settings/tag[.='x']"},
+            {"<feature nc:operation='delete'/>", "data-missing /et:top/feature"},
+        });
+}
+
+TEST(EditRefusal, NothingToDescendInto)
+{
+    expect_refused(
+        "none",
+        {
+            {"<item><name>b</name><size nc:operation='merge'>1</size></item>", "data-missing /et:top/item[name='b']"},
+            {"<feature><note nc:operation='merge'>x</note></feature>", "data-missing /et:top/feature"},
+        });
+}
+
+TEST(EditRefusal, AttributesInTheWrongPlace)
+{
+    expect_refused(
+        "merge", {
+                     {"<item><name nc:operation='delete'>a</name></item>", "bad-attribute /et:top/item[name='a']/name"},
+                     {"<item nc:operation='delete'><name>a</name><size nc:operation='create'>1</size></item>",
+                      "bad-attribute /et:top/item[name='a']/size"},
+                     {"<item yang:insert='first'><name>b</name></item>", "bad-attribute /et:top/item[name='b']"},
+                     {"<settings yang:insert='first'><level>4</level></settings>", "bad-attribute /et:top/settings"},
+                     {"<stage nc:operation='delete' yang:insert='first'><name>a</name></stage>",
+                      "bad-attribute /et:top/stage[name='a']"},
+                     {"<stage yang:insert='before'><name>b</name></stage>",
+                      "bad-attribute /et:top/stage[name='b'] missing-instance"},
+                     {R"(<stage yang:insert='first' yang:key="[name='a']"><name>b</name></stage>)",
+                      "bad-attribute /et:top/stage[name='b'] missing-instance"},
+                     {R"(<stage yang:insert='after' yang:value="a"><name>b</name></stage>)",
+                      "bad-attribute /et:top/stage[name='b'] missing-instance"},
+                     {R"(<stage yang:insert='after' yang:key="[name='z']"><name>b</name></stage>)",
+                      "bad-attribute /et:top/stage[name='b'] missing-instance"},
+                     {R"(<stage yang:insert='after' yang:key="[name='b']"><name>b</name></stage>)",
+                      "bad-attribute /et:top/stage[name='b'] missing-instance"},
+                     {"<settings nc:operation='destroy'/>", "bad-attribute /et:top"},
+                     {"<settings><level nc:operation='destroy'/></settings>", "bad-attribute /et:top/settings/level"},
+                 });
+}
+
+TEST(EditRefusal, NodesThatDoNotFitTheSchema)
+{
+    expect_refused(
+        "merge",
+        {
+            {"<nothing/>", "unknown-element /et:top/nothing"},
+            {"<settings><x xmlns='urn:nobody'/></settings>", "unknown-namespace /et:top/settings/x"},
+            {"<settings><level>11</level></settings>", "invalid-value /et:top/settings/level"},
+            {"<settings><level>high</level></settings>", "invalid-value /et:top/settings/level"},
+            {"<settings><level/></settings>", "invalid-value /et:top/settings/level"},
+            {"<settings><level nc:operation='delete'>high</level></settings>", "invalid-value /et:top/settings/level"},
+            {"<item><size>1</size></item>", "missing-element /et:top/item/name"},
+            {"<item><name>A</name></item>", "invalid-value /et:top/item/name"},
+            {"<pair><left>a</left></pair>", "missing-element /et:top/pair/right"},
+            {"<item><name>a</name><size>many</size></item>", "invalid-value /et:top/item[name='a']/size"},
+            {"<status><uptime>1</uptime></status>", "unknown-element /et:top/status"},
+            {"<settings>text</settings>", "bad-element /et:top/settings"},
+        });
+}
+
+TEST(EditRefusal, TheSameNodeTwice)
+{
+    expect_refused("merge",
+                   {
+                       {"<item><name>c</name></item><item><name>c</name></item>", "bad-element /et:top/item[name='c']"},
+                       {"<settings><level>4</level><level>5</level></settings>", "bad-element /et:top/settings/level"},
+                       {"<settings><tag>a</tag><tag>a</tag></settings>", "bad-element /et:top/settings/tag[.='a']"},
+                       {"<settings/><settings/>", "bad-element /et:top/settings"},
+                       {"<settings><level>5</level><level nc:operation='remove'/></settings>",
+                        "bad-element /et:top/settings/level"},
+                   });
+}
+
+TEST(EditRefusal, TwoCasesOfAChoice)
+{
+    expect_refused("merge", {
+                                {"<range><start>1</start></range>", "bad-element /et:top/range"},
+                                {"<part>1</part>", "bad-element /et:top/part[.='1']"},
+                                {"<full>1</full>", "bad-element /et:top/full"},
+                            });
+    ConfigTree tree;
+    EXPECT_EQ(error_of([&] {
+                  const AppliedEdit edit(tree, request_of("merge", top("<single>x</single>") + top("<full>1</full>")));
+              }),
+              "bad-element /et:top/full");
+}
+
+} // namespace
+} // namespace qnips::test
