@@ -90,7 +90,7 @@ TEST_F(Adapter, ErrorWithAnEmptyTextHasAnEmptyMessage)
 TEST_F(Adapter, PathTakesThePlaceOfTheMessage)
 {
     const CallResult r = run([](API_ENV_S* env) {
-        const LeakIsIntended formatted_message_is_dropped;
+        [[maybe_unused]] const LeakIsIntended formatted_message_is_dropped;
         return api_error(env, "/a/b is 100%%", 3, "%d", 5);
     });
     EXPECT_EQ(r.errors, (ClientErrors{{NC_ERR_INVALID_VALUE, "/a/b is 100%"}}));

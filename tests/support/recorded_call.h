@@ -40,14 +40,14 @@ using ClientErrors = std::vector<ClientError>;
 
 // A message of type API_DP2ZELL_CMD_CONFIG, with the lines cached since the one before.
 struct Commit {
-    msg_dp_zell_head_t header;
+    msg_dp_zell_head_t header{};
     unsigned operation = 0; // API_CMD_OPERATION
     Lines lines;
 };
 
 // A message of any other type.
 struct Query {
-    msg_dp_zell_head_t header;
+    msg_dp_zell_head_t header{};
     unsigned operation = 0;
     bool has_error_slot = false;
     Text payload; // header.msg_check bytes of the extra argument

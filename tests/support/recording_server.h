@@ -88,7 +88,7 @@ public:
                       const void* extra);
     unsigned serve_line(const char* vsys, const char* view, const char* view_type, const char* line);
     int serve_error(struct nc_err** error, const char* message, const char* second, int kind, NC_ERR code);
-    int serve_transform(int op);
+    [[nodiscard]] int serve_transform(int op) const;
     int serve_ancestor_op(void** data, int level);
     int serve_child_op(void** data, int level, const char* name);
     const char* serve_key(int level, const xmlNode* node, const char* name);
