@@ -86,8 +86,7 @@ std::string ips_config(std::string_view content)
 
 std::string branch(std::string_view content)
 {
-    return ips_config(
-        fmt::format("<user-defined-ips><vsys><name>branch</name>{}</vsys></user-defined-ips>", content));
+    return ips_config(fmt::format("<user-defined-ips><vsys><name>branch</name>{}</vsys></user-defined-ips>", content));
 }
 
 ConfigTree ips_tree(std::string_view xml)

@@ -20,10 +20,17 @@ struct Named {
 TEST(OperationNames, NameEachBitOnce)
 {
     static constexpr Named cases[] = {
-        {XMLDIFF_NONE, "NONE"},       {XMLDIFF_ADD, "ADD"},         {XMLDIFF_REM, "REM"},
-        {XMLDIFF_MOD, "MOD"},         {XMLDIFF_CHAIN, "CHAIN"},     {XMLDIFF_SIBLING, "SIBLING"},
-        {XMLDIFF_REORDER, "REORDER"}, {XMLDIFF_CFGR, "CFGR"},       {XMLDIFF_ROLLBACK, "ROLLBACK"},
-        {64, "64"},                   {8192 | 64, "8256"},
+        {XMLDIFF_NONE, "NONE"},
+        {XMLDIFF_ADD, "ADD"},
+        {XMLDIFF_REM, "REM"},
+        {XMLDIFF_MOD, "MOD"},
+        {XMLDIFF_CHAIN, "CHAIN"},
+        {XMLDIFF_SIBLING, "SIBLING"},
+        {XMLDIFF_REORDER, "REORDER"},
+        {XMLDIFF_CFGR, "CFGR"},
+        {XMLDIFF_ROLLBACK, "ROLLBACK"},
+        {64, "64"},
+        {8192 | 64, "8256"},
     };
     for (const Named& test : cases)
         EXPECT_EQ(operation_names(test.bits), test.text) << test.bits;
