@@ -127,8 +127,11 @@ unsigned CallbackSession::child_op(int level, std::string_view name) const
         return static_cast<unsigned>(XMLDIFF_ERR);
 
     for (const Change* child : parent->children) {
-        if (schema_name(child->schema) == name)
-            return child->op(phase_);
+        if (schema_name(child->schema) != name)
+            continue;
+        // Inside what is replaced a node without an operation belongs to the other phase only.
+        const unsigned op = child->op(phase_);
+        return op == XMLDIFF_NONE && child->replaced ? static_cast<unsigned>(XMLDIFF_ERR) : op;
     }
     const xmlNode* element = ancestor(node_, level);
     if (element != nullptr && has_child(element, name))

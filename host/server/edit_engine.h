@@ -19,7 +19,7 @@ namespace qnips
 // What becomes of an edit that the module and the platform have accepted.
 enum class AfterEdit {
     keep,     // it is the running configuration from now on
-    take_back // a dry run: the running configuration stays as it was
+    take_back // a dry run: the running configuration stays as it was; the platform must be one that only records
 };
 
 class EditEngine

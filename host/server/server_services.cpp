@@ -84,8 +84,8 @@ int fail_nc_err(struct nc_err** error, char* message, char* second, int kind, NC
 {
     static_cast<void>(second);
     static_cast<void>(kind);
+    const std::unique_ptr<char, decltype(&std::free)> owned(message, std::free);
     return serve(1, [&](CallbackSession& session) {
-        const std::unique_ptr<char, decltype(&std::free)> owned(message, std::free);
         return session.fail(error, code, message == nullptr ? "" : message);
     });
 }

@@ -313,7 +313,7 @@ TEST(Replaced, IsTheNearestAncestorWithAHandlerOfALeafThatHasNone)
                        "<sub-category><name>mail</name></sub-category></specifed-category>"),
          {category + "[name='worm']"}},
         {"a leaf with a handler", basic_signature, signature_edit("7", "<name>other</name>"), {}},
-        {"an entry without a handler of its own in the way: nothing changes in it",
+        {"a leaf with a handler inside the rules",
          basic_signature,
          signature_edit("7", protocol_rules("<rules><signature-rule><name>r</name><scope>packet</scope>"
                                             "</signature-rule></rules>")),

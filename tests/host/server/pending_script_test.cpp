@@ -6,6 +6,7 @@
 
 #include "platform/recording_platform.h"
 #include "transapi/command_platform.h"
+#include "transapi/netconf_error.h"
 
 namespace qnips
 {
