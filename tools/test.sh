@@ -67,7 +67,7 @@ suite() {
     rm -rf "$junit" "$build_root/$preset/reports"
     echo "== suite $preset"
     (
-        export ASAN_OPTIONS=strict_string_checks=1:detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1
+        export ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1
         ctest --test-dir "$build_root/$preset" -j "$jobs" --no-tests=error --output-on-failure --output-junit "$junit"
     )
     while read -r line; do
@@ -91,7 +91,8 @@ done
 suite asan
 suite clang-asan
 if [[ -f $build_root/clang-asan/compile_commands.json ]]; then
-    step clang-tidy tools/tidy.sh "$build_root/clang-asan"
+    # The tests' own sources take three quarters of the time; `make lint` reads them too.
+    step clang-tidy tools/tidy.sh "$build_root/clang-asan" "^$PWD/(host|transapi)/"
 fi
 
 if ((failed > 0)); then

@@ -16,9 +16,8 @@ if [[ -z $files ]]; then
     exit 1
 fi
 
-status=0
-output=$(xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p "$build" <<<"$files" 2>&1) || status=$?
 # The counts of suppressed warnings in system headers are noise; a finding in a header comes once for each includer.
-grep -vE '^[0-9]+ warnings?( and [0-9]+ errors?)? (generated|treated as errors)|^Suppressed |^Use -header-filter' <<<"$output" |
-    awk '!/(warning|error):/ || !seen[$0]++' || true
-exit "$status"
+xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p "$build" <<<"$files" 2>&1 |
+    awk '/^[0-9]+ warnings?( and [0-9]+ errors?)? (generated|treated)/ || /^Suppressed / || /^Use -header-filter/ { next }
+         /(warning|error):/ { shown = !seen[$0]++ }
+         shown { print; fflush() }'

@@ -80,9 +80,58 @@ TEST(EditRefusal, AttributesInTheWrongPlace)
                       "bad-attribute /et:top/stage[name='b'] missing-instance"},
                      {R"(<stage yang:insert='after' yang:key="[name='b']"><name>b</name></stage>)",
                       "bad-attribute /et:top/stage[name='b'] missing-instance"},
-                     {"<settings nc:operation='destroy'/>", "bad-attribute /et:top"},
-                     {"<settings><level nc:operation='destroy'/></settings>", "bad-attribute /et:top/settings/level"},
                  });
+}
+
+TEST(EditRefusal, AttributesThatNoEditHas)
+{
+    expect_refused(
+        "merge",
+        {
+            {"<settings nc:operation='destroy'/>", "bad-attribute /et:top/settings"},
+            {"<settings nc:operation=''/>", "bad-attribute /et:top/settings"},
+            {"<settings nc:operation='none'/>", "bad-attribute /et:top/settings"},
+            {"<settings><level nc:operation='destroy'/></settings>", "bad-attribute /et:top/settings/level"},
+            {"<item nc:operation='destroy'><name>a</name></item>", "bad-attribute /et:top/item[name='a']"},
+            {"<pair nc:operation='destroy'><left>it's</left><right> 1 </right></pair>",
+             R"(bad-attribute /et:top/pair[left="it's"][right='1'])"},
+            {"<settings><tag nc:operation='destroy'>x</tag></settings>", "bad-attribute /et:top/settings/tag[.='x']"},
+            {"<stage yang:insert='middle'><name>c</name></stage>", "bad-attribute /et:top/stage[name='c']"},
+            {"<item operation='delete'><name>a</name></item>", "unknown-attribute /et:top/item[name='a']"},
+            {"<settings><level operation='delete'/></settings>", "unknown-attribute /et:top/settings/level"},
+            {"<stage insert='first'><name>c</name></stage>", "unknown-attribute /et:top/stage[name='c']"},
+            {"<item nc:insert='first'><name>a</name></item>", "unknown-attribute /et:top/item[name='a']"},
+            {"<item yang:operation='delete'><name>a</name></item>", "unknown-attribute /et:top/item[name='a']"},
+            {"<item x:operation='delete' xmlns:x='urn:nobody'><name>a</name></item>",
+             "unknown-attribute /et:top/item[name='a']"},
+            {"<nothing colour='red'/>", "unknown-attribute /et:top/nothing"},
+        });
+}
+
+TEST(EditRefusal, SaysHowAnAttributeWithoutItsNamespaceIsWritten)
+{
+    struct Case {
+        const char* edit;
+        const char* reason;
+    };
+    const std::vector<Case> cases = {
+        {"<item operation='delete'><name>a</name></item>",
+         "attribute \"operation\" has no namespace; write nc:operation=\"delete\" with "
+         "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\""},
+        {"<stage insert='first'><name>c</name></stage>",
+         "attribute \"insert\" has no namespace; write yang:insert=\"first\" with "
+         "xmlns:yang=\"urn:ietf:params:xml:ns:yang:1\""},
+        {"<item colour='red'><name>a</name></item>", "attribute \"colour\" has no namespace and no meaning here"},
+        {"<item x:operation='delete' xmlns:x='urn:nobody'><name>a</name></item>",
+         "attribute \"operation\" of namespace \"urn:nobody\" has no meaning here; write nc:operation=\"delete\" with "
+         "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\""},
+        {"<settings nc:operation='destroy'/>",
+         "\"destroy\" is not an operation; expected merge, replace, create, delete or remove"},
+        {"<stage yang:insert='middle'><name>c</name></stage>",
+         "\"middle\" is not a place; expected first, last, before or after"},
+    };
+    for (const Case& test : cases)
+        EXPECT_EQ(reason_of([&] { edit_of(test.edit); }), test.reason) << test.edit;
 }
 
 TEST(EditRefusal, NodesThatDoNotFitTheSchema)

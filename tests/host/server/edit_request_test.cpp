@@ -117,7 +117,15 @@ TEST(EditRequest, IsRefusedWithAReason)
         {edit_config("<default-operation>create</default-operation>" + in_config(top(""))),
          "bad-element /nc:edit-config/default-operation"},
         {edit_config("<surprise/>" + in_config(top(""))), "unknown-element /nc:edit-config"},
-        {top("<settings nc:operation='destroy'/>"), "bad-attribute /et:top"},
+        {top("<settings nc:operation='destroy'/>"), "bad-attribute /et:top/settings"},
+        {in_config(top("<settings nc:operation='destroy'/>")), "bad-attribute /et:top/settings"},
+        {rpc(edit_config(in_config(top("<settings nc:operation='destroy'/>")))), "bad-attribute /et:top/settings"},
+        {in_config(top("<settings operation='delete'/>")), "unknown-attribute /et:top/settings"},
+        {in_config("<top xmlns='urn:quorin:test:engine' operation='delete'/>"), "unknown-attribute /et:top"},
+        {fmt::format("<config xmlns='{}' operation='replace'>{}</config>", base, top("")),
+         "unknown-attribute /nc:edit-config/config"},
+        {fmt::format("<config xmlns='{}' xmlns:nc='{}' nc:operation='replace'>{}</config>", base, base, top("")),
+         "unknown-attribute /nc:edit-config/config"},
     };
     for (const Case& test : cases)
         EXPECT_EQ(error_of([&] { parsed(test.xml); }), test.error) << test.xml;
