@@ -29,6 +29,8 @@ struct Command {
 
 // Each adds one subcommand to `app`. `app` and `options` must outlive the result.
 Command add_plan_command(CLI::App& app, const GlobalOptions& options);
+Command add_get_config_command(CLI::App& app, const GlobalOptions& options);
+Command add_get_state_command(CLI::App& app, const GlobalOptions& options);
 Command add_nodes_command(CLI::App& app, const GlobalOptions& options);
 Command add_check_module_command(CLI::App& app, const GlobalOptions& options);
 

@@ -9,10 +9,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "cli/command.h"
 #include "platform/recording_platform.h"
 #include "server/edit_engine.h"
+#include "server/known_order.h"
 #include "server/module_loader.h"
 #include "server/node_table.h"
 #include "server/operation_names.h"
@@ -233,8 +235,9 @@ DryRun dry_run(const GlobalOptions& global, const PlanOptions& options)
     ConfigTree running;
     if (options.running)
         running = read_running(schema, *options.running);
-    EditEngine engine(schema, table, std::move(running));
     RecordingPlatform platform;
+    append_signature_sets(running, platform.signature_sets());
+    EditEngine engine(schema, table, std::move(running));
     const EditRequest request = parse_edit_request(schema, edit);
     return {.pass = engine.edit(request, platform, AfterEdit::take_back),
             .test_only = request.test_option == TestOption::test_only};
@@ -261,13 +264,22 @@ ExitCode run(const GlobalOptions& global, const PlanOptions& options)
     }
 }
 
+// Why the file cannot be read; empty when it is there.
+std::string file_fault(const std::string& file)
+{
+    std::error_code fault; // a folder on the way that may not be searched counts as missing
+    if (!std::filesystem::exists(file, fault))
+        return fmt::format("{} does not exist", file);
+    return std::filesystem::is_directory(file, fault) ? fmt::format("{} is a folder, not a file", file) : "";
+}
+
 } // namespace
 
 Command add_plan_command(CLI::App& app, const GlobalOptions& options)
 {
     CLI::App* command = app.add_subcommand("plan", "Show the command lines of an edit without sending them");
     auto plan = std::make_shared<PlanOptions>();
-    const CLI::Validator existing_file = CLI::ExistingFile.description(""); // the help needs no ":FILE"
+    const CLI::Validator existing_file(file_fault, ""); // no description: the help needs no ":FILE"
     command->add_option("EDIT.xml", plan->edit, "An <rpc> with <edit-config>, an <edit-config>, a <config> or data")
         ->required()
         ->type_name("")

@@ -51,12 +51,28 @@ int usage_error(std::string_view message)
     return exit_usage;
 }
 
+// In the order of the command line, which the parser's own message turns round.
+std::string unexpected_words(const std::vector<std::string>& words)
+{
+    return fmt::format("The following argument{} not expected: {}", words.size() == 1 ? " was" : "s were",
+                       fmt::join(words, " "));
+}
+
+// What a check says of a value is a sentence by itself; the parser puts the option's name and a colon before it.
+std::string without_option(const std::string& message)
+{
+    const std::size_t colon = message.find(": ");
+    return colon == std::string::npos ? message : message.substr(colon + 2);
+}
+
 // Prints what --help and --version ask for, or the usage error.
 int report(const CLI::App& app, const CLI::ParseError& error)
 {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
         return app.exit(error);
-    return usage_error(error.what());
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
+        return usage_error(unexpected_words(app.remaining(true)));
+    return usage_error(error.get_name() == "ValidationError" ? without_option(error.what()) : error.what());
 }
 
 int run(int argc, char** argv)
@@ -68,9 +84,8 @@ int run(int argc, char** argv)
     app.require_subcommand(0, 1); // not 1, which reports a mistyped command as a missing one
 
     const std::vector<Command> commands = {
-        add_plan_command(app, options),
-        add_nodes_command(app, options),
-        add_check_module_command(app, options),
+        add_plan_command(app, options),  add_get_config_command(app, options),   add_get_state_command(app, options),
+        add_nodes_command(app, options), add_check_module_command(app, options),
     };
 
     try {

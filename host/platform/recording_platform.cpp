@@ -27,12 +27,15 @@ std::optional<PlatformError> RecordingPlatform::execute(std::span<const CommandL
     scripts_.push_back({.lines = {script.begin(), script.end()}, .operation = operation, .accepted = !refused});
     if (refused)
         return failure_->error;
+    for (const CommandLine& line : script)
+        signature_sets_.execute(line); // a line that a device would refuse is remembered like any other
     return std::nullopt;
 }
 
 void RecordingPlatform::remove_vsys(std::string_view name)
 {
     removed_vsys_.emplace_back(name);
+    signature_sets_.remove_vsys(name);
 }
 
 PlatformAnswer RecordingPlatform::configuration()
@@ -45,9 +48,10 @@ PlatformAnswer RecordingPlatform::state()
     return PlatformAnswer::none();
 }
 
-PlatformAnswer RecordingPlatform::first_signature_set(std::string_view, std::string_view)
+PlatformAnswer RecordingPlatform::first_signature_set(std::string_view vsys, std::string_view profile)
 {
-    return PlatformAnswer::none();
+    const std::vector<std::string>& sets = signature_sets_.sets(std::string(vsys), std::string(profile));
+    return sets.empty() ? PlatformAnswer::none() : PlatformAnswer::of(sets.front());
 }
 
 } // namespace qnips

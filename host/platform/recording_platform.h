@@ -1,4 +1,4 @@
-// A command platform that accepts every script and remembers it: what a dry run shows and what tests compare.
+// A command platform that accepts scripts and remembers them: what a dry run shows and what tests compare.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/command_platform.h"
+#include "platform/signature_set_order.h"
 
 namespace qnips
 {
@@ -39,10 +40,14 @@ public:
     std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) override;
     void remove_vsys(std::string_view name) override;
 
-    // It keeps lines, not a device: every question is answered with none.
+    // It keeps lines, not a device: these are answered with none.
     PlatformAnswer configuration() override;
     PlatformAnswer state() override;
+
+    // Of the device it keeps the order of signature sets, which its answer comes from. What stands there before the
+    // first script is told by append.
     PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override;
+    [[nodiscard]] SignatureSetOrder& signature_sets() { return signature_sets_; }
 
 private:
     struct Failure {
@@ -53,6 +58,7 @@ private:
     std::vector<Script> scripts_;
     std::vector<std::string> removed_vsys_;
     std::optional<Failure> failure_;
+    SignatureSetOrder signature_sets_;
 };
 
 } // namespace qnips

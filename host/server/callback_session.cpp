@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "server/platform_query.h"
 #include "server/yang_schema.h"
 
 namespace qnips
@@ -97,6 +98,17 @@ int CallbackSession::commit(unsigned operation, nc_err** slot)
     if (!commit.lines.empty())
         record_.scripts.push_back({std::move(commit.lines), commit.operation});
     return 0;
+}
+
+int CallbackSession::query(const msg_dp_zell_head_t& header, const void* extra, msg_to_dp_t*& reply, nc_err** slot)
+{
+    const std::optional<PlatformError> error = answer_query(platform_, header, extra, reply);
+    if (!error)
+        return 0;
+    // A question without a slot is one whose failure the client need not hear of.
+    if (slot != nullptr)
+        report(slot, {static_cast<NC_ERR>(error->code), error->message});
+    return error->code;
 }
 
 int CallbackSession::fail(nc_err** slot, NC_ERR code, std::string message)

@@ -1,4 +1,5 @@
-// The server's side of the callbacks of one pass: calls them one by one and serves what they ask for.
+// The server's side of the callbacks of one pass: calls them one by one and serves what they ask for. Reads through the
+// module need one as well, without callbacks.
 //
 // The contract's services have no argument that says whom they serve, so one session at a time is the current one, from
 // its construction to its destruction. A module relies on being called by one thread, one callback after another.
@@ -15,6 +16,7 @@
 #include "server/change_set.h"
 #include "server/module_loader.h"
 #include "server/pending_script.h"
+#include "transapi/command_platform.h"
 
 // What an error slot points to: the first error that was raised through it.
 struct nc_err {
@@ -40,6 +42,7 @@ public:
     static CallbackSession* current();
     void cache(CommandLine line);
     int commit(unsigned operation, nc_err** slot);
+    int query(const msg_dp_zell_head_t& header, const void* extra, msg_to_dp_t*& reply, nc_err** slot);
     int fail(nc_err** slot, NC_ERR code, std::string message);
     [[nodiscard]] unsigned ancestor_op(int level) const;
     [[nodiscard]] unsigned child_op(int level, std::string_view name) const;

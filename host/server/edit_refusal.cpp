@@ -1,6 +1,12 @@
 #include "server/edit_refusal.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <libyang/libyang.h>
@@ -15,6 +21,9 @@ namespace qnips
 namespace
 {
 
+constexpr const char* netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+constexpr const char* yang_namespace = "urn:ietf:params:xml:ns:yang:1";
+
 const lyd_node_opaq* as_opaque(const lyd_node* node)
 {
     return reinterpret_cast<const lyd_node_opaq*>(node);
@@ -24,6 +33,32 @@ const lys_module* named_module(const lyd_node* opaque)
 {
     const char* space = as_opaque(opaque)->name.module_ns;
     return space != nullptr ? ly_ctx_get_module_implemented_ns(LYD_CTX(opaque), space) : nullptr;
+}
+
+// The namespace in which an element of this name would be known below `parent` (null: as a root). Empty if there is
+// none.
+std::string_view expected_namespace(const ly_ctx* context, const char* name, const lysc_node* parent)
+{
+    if (parent != nullptr)
+        return lys_find_child(parent, parent->module, name, 0, 0, 0) != nullptr ? parent->module->ns : "";
+    std::uint32_t index = 0;
+    while (const lys_module* module = ly_ctx_get_module_iter(context, &index))
+        if (module->implemented != 0 &&
+            lys_find_child(nullptr, module, name, 0, LYS_CONTAINER | LYS_LIST, 0) != nullptr)
+            return module->ns;
+    return {};
+}
+
+std::string unknown_element_reason(const lyd_node* opaque, const lysc_node* parent)
+{
+    const char* name = as_opaque(opaque)->name.name;
+    const char* space = as_opaque(opaque)->name.module_ns;
+    const std::string_view found = space != nullptr ? space : "";
+    if (parent != nullptr && found == parent->module->ns)
+        return fmt::format("element <{}> is not known here", name);
+    const std::string_view expected = expected_namespace(LYD_CTX(opaque), name, parent);
+    const std::string reason = fmt::format("element <{}> {} is not known here", name, namespace_phrase(found));
+    return expected.empty() ? reason : fmt::format("{}; expected xmlns=\"{}\"", reason, expected);
 }
 
 std::string misfit_reason(const lyd_node* opaque)
@@ -52,8 +87,150 @@ void refuse_bad_key(const lyd_node* opaque, const lysc_node* list)
         if (lyd_value_validate(LYD_CTX(opaque), key, value, std::strlen(value), nullptr, nullptr, nullptr) !=
             LY_SUCCESS) {
             LibyangMessage message = last_message(LYD_CTX(opaque));
-            throw RpcError("invalid-value", path, message.text, std::move(message.app_tag));
+            throw RpcError("invalid-value", path, with_allowed(std::move(message.text), key),
+                           std::move(message.app_tag));
         }
+    }
+}
+
+// -------------------------------------------------------------------------------------------------- attributes --
+
+constexpr std::array<std::string_view, 5> operations = {"merge", "replace", "create", "delete", "remove"};
+constexpr std::array<std::string_view, 4> places = {"first", "last", "before", "after"};
+
+struct AttributeRule {
+    std::string_view name;
+    std::string_view prefix; // the usual one, for the advice
+    std::string_view space;
+    std::string_view kind; // of its value
+    std::span<const std::string_view> words;
+};
+constexpr AttributeRule attribute_rules[] = {{"operation", "nc", netconf_namespace, "an operation", operations},
+                                             {"insert", "yang", yang_namespace, "a place", places},
+                                             {"key", "yang", yang_namespace, "", {}},
+                                             {"value", "yang", yang_namespace, "", {}}};
+
+std::string_view view(const xmlChar* text)
+{
+    return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
+}
+
+std::string_view space_of(const xmlNs* ns)
+{
+    return ns != nullptr ? view(ns->href) : std::string_view();
+}
+
+std::string content_of(const xmlNode* node)
+{
+    xmlChar* text = xmlNodeGetContent(node);
+    std::string content(view(text));
+    xmlFree(text);
+    return content;
+}
+
+std::string quoted(const std::string& value)
+{
+    return value.find('\'') == std::string::npos ? fmt::format("'{}'", value) : fmt::format("\"{}\"", value);
+}
+
+// What tells the instance from its siblings; nothing for an entry that lacks a key.
+std::string predicates(const xmlNode* element, const lysc_node* schema)
+{
+    if (schema->nodetype == LYS_LEAFLIST)
+        return fmt::format("[.={}]", quoted(content_of(element)));
+    std::string text;
+    if (schema->nodetype != LYS_LIST)
+        return text;
+    for (const lysc_node* key = lysc_node_child(schema); key != nullptr && lysc_is_key(key); key = key->next) {
+        const xmlNode* given = xmlFirstElementChild(const_cast<xmlNode*>(element));
+        while (given != nullptr && view(given->name) != key->name)
+            given = xmlNextElementSibling(const_cast<xmlNode*>(given));
+        if (given == nullptr)
+            return {};
+        text += fmt::format("[{}={}]", key->name, quoted(content_of(given)));
+    }
+    return text;
+}
+
+struct Place {
+    std::string path;
+    const lysc_node* schema = nullptr; // null where the schema has no such node
+};
+
+// The element's instance path, as edit_path() writes that of the node it is going to be.
+Place place_of(const ly_ctx* context, const xmlNode* element, const xmlNode* frame)
+{
+    const bool is_root = element->parent == frame;
+    const Place above = is_root ? Place() : place_of(context, element->parent, frame);
+    const lys_module* module = ly_ctx_get_module_implemented_ns(context, std::string(space_of(element->ns)).c_str());
+    const std::string name(view(element->name));
+    Place place;
+    if (module != nullptr && (is_root || above.schema != nullptr))
+        place.schema = lys_find_child(above.schema, module, name.c_str(), 0, 0, 0);
+
+    const bool is_foreign = place.schema != nullptr && !is_root && above.schema->module != module;
+    const bool has_prefix = module != nullptr && (is_root || is_foreign);
+    place.path = fmt::format("{}/{}{}", above.path, has_prefix ? fmt::format("{}:", module->prefix) : "", name);
+    if (place.schema != nullptr)
+        place.path += predicates(element, place.schema);
+    return place;
+}
+
+// "merge, replace or create"
+std::string alternatives(std::span<const std::string_view> words)
+{
+    std::string text;
+    for (const std::string_view& word : words) {
+        if (!text.empty())
+            text += &word == &words.back() ? " or " : ", ";
+        text += word;
+    }
+    return text;
+}
+
+const AttributeRule* rule_for(std::string_view name)
+{
+    for (const AttributeRule& rule : attribute_rules)
+        if (rule.name == name)
+            return &rule;
+    return nullptr;
+}
+
+std::string unknown_attribute_reason(const xmlAttr* attribute, std::string_view value)
+{
+    const std::string_view name = view(attribute->name);
+    const std::string_view space = space_of(attribute->ns);
+    const AttributeRule* rule = rule_for(name);
+    const std::string subject = space.empty() ? fmt::format("attribute \"{}\" has no namespace", name)
+                                              : fmt::format("attribute \"{}\" of namespace \"{}\"", name, space);
+    const std::string meaning = space.empty() ? "" : " has no meaning here";
+    if (rule == nullptr)
+        return subject + (space.empty() ? " and no meaning here" : meaning);
+    return fmt::format("{}{}; write {}:{}=\"{}\" with xmlns:{}=\"{}\"", subject, meaning, rule->prefix, name, value,
+                       rule->prefix, rule->space);
+}
+
+void check_attribute(const ly_ctx* context, const xmlAttr* attribute, const xmlNode* frame)
+{
+    const AttributeRule* rule = rule_for(view(attribute->name));
+    const std::string_view space = space_of(attribute->ns);
+    const auto value = content_of(reinterpret_cast<const xmlNode*>(attribute));
+    if (rule == nullptr || rule->space != space)
+        throw RpcError("unknown-attribute", place_of(context, attribute->parent, frame).path,
+                       unknown_attribute_reason(attribute, value));
+    if (!rule->words.empty() && std::find(rule->words.begin(), rule->words.end(), value) == rule->words.end())
+        throw RpcError("bad-attribute", place_of(context, attribute->parent, frame).path,
+                       fmt::format("\"{}\" is not {}; expected {}", value, rule->kind, alternatives(rule->words)));
+}
+
+void check_attributes_below(const ly_ctx* context, const xmlNode* parent, const xmlNode* frame)
+{
+    for (const xmlNode* node = parent->children; node != nullptr; node = node->next) {
+        if (node->type != XML_ELEMENT_NODE)
+            continue;
+        for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
+            check_attribute(context, attribute, frame);
+        check_attributes_below(context, node, frame);
     }
 }
 
@@ -67,18 +244,30 @@ const lysc_node* named_schema(const lyd_node* opaque, const lysc_node* parent)
 
 void refuse_misfit(const lyd_node* opaque, const lysc_node* parent)
 {
-    const char* name = as_opaque(opaque)->name.name;
     const std::string path = edit_path(opaque);
-    if (named_module(opaque) == nullptr)
-        throw RpcError("unknown-namespace", path,
-                       fmt::format("element <{}> is in a namespace that is not known here", name));
     const lysc_node* schema = named_schema(opaque, parent);
     if (schema == nullptr)
-        throw RpcError("unknown-element", path, fmt::format("element <{}> is not known here", name));
+        throw RpcError(named_module(opaque) == nullptr ? "unknown-namespace" : "unknown-element", path,
+                       unknown_element_reason(opaque, parent));
     if (schema->nodetype == LYS_LIST)
         refuse_bad_key(opaque, schema);
     const bool has_value = (schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
-    throw RpcError(has_value ? "invalid-value" : "bad-element", path, misfit_reason(opaque));
+    throw RpcError(has_value ? "invalid-value" : "bad-element", path, with_allowed(misfit_reason(opaque), schema));
+}
+
+std::string namespace_phrase(std::string_view space)
+{
+    return space.empty() ? "without a namespace" : fmt::format("of namespace \"{}\"", space);
+}
+
+void refuse_wrong_attributes(const ly_ctx* context, const xmlNode* frame)
+{
+    if (frame->type == XML_ELEMENT_NODE && frame->properties != nullptr)
+        throw RpcError("unknown-attribute", "/nc:edit-config/config",
+                       fmt::format("<config> takes no attribute \"{}\"; an operation stands at a node of the "
+                                   "configuration, that of all nodes without one in <default-operation>",
+                                   view(frame->properties->name)));
+    check_attributes_below(context, frame, frame);
 }
 
 } // namespace qnips

@@ -5,10 +5,10 @@
 #include <string>
 
 #include <fmt/format.h>
-#include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libyang/libyang.h>
 
+#include "server/edit_refusal.h"
 #include "server/libyang_error.h"
 
 namespace qnips
@@ -19,63 +19,22 @@ namespace
 
 constexpr std::string_view netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
 
-struct DocumentDeleter {
-    void operator()(xmlDoc* document) const noexcept { xmlFreeDoc(document); }
-};
-struct ParserDeleter {
-    void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
-};
-struct BufferDeleter {
-    void operator()(xmlBuffer* buffer) const noexcept { xmlBufferFree(buffer); }
-};
 struct InputDeleter {
     void operator()(ly_in* input) const noexcept { ly_in_free(input, 0); }
 };
-using DocumentPtr = std::unique_ptr<xmlDoc, DocumentDeleter>;
 
 std::string_view view(const xmlChar* text)
 {
     return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
 }
 
-std::string trimmed(const char* text)
-{
-    std::string result = text != nullptr ? text : "";
-    result.erase(result.find_last_not_of(" \r\n") + 1);
-    return result;
-}
-
-// libxml2 goes first: it names line and column of what is no XML, converts encodings, and limits depth and sizes.
-DocumentPtr parse_xml(std::string_view xml)
-{
-    if (xml.find_first_not_of(" \t\r\n") == std::string_view::npos)
-        throw RpcError("malformed-message", {}, "the edit is empty: nothing but white space");
-    const std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
-    if (parser == nullptr)
-        throw std::bad_alloc();
-    DocumentPtr document(
-        xmlCtxtReadMemory(parser.get(), xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
-                          XML_PARSE_NONET | XML_PARSE_NOCDATA | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-    if (document == nullptr) {
-        const xmlError* error = xmlCtxtGetLastError(parser.get());
-        throw RpcError("malformed-message", {},
-                       fmt::format("not well-formed XML at line {}, column {}: {}", error != nullptr ? error->line : 0,
-                                   error != nullptr ? error->int2 : 0,
-                                   trimmed(error != nullptr ? error->message : nullptr)));
-    }
-    // RFC 6241, 3: a document type declaration must not appear.
-    if (xmlGetIntSubset(document.get()) != nullptr)
-        throw RpcError("malformed-message", {}, "a document type declaration is not allowed");
-    return document;
-}
-
-[[noreturn]] void throw_unknown_root(const std::string& name, std::string_view space)
+[[noreturn]] void throw_unknown_root(const YangSchema& schema, const std::string& name, std::string_view space)
 {
     const bool known_space = space == netconf_namespace;
     throw RpcError(known_space ? "unknown-element" : "unknown-namespace", fmt::format("/{}", name),
-                   fmt::format("the edit starts with <{}> of namespace \"{}\"; expected <rpc>, <edit-config> or "
-                               "<config> of \"{}\" or a root of the configuration",
-                               name, space, netconf_namespace));
+                   fmt::format("the edit starts with <{}> {}; expected <rpc>, <edit-config> or <config> of namespace "
+                               "\"{}\", or a root of the configuration, of namespace \"{}\"",
+                               name, namespace_phrase(space), netconf_namespace, schema.module()->ns));
 }
 
 // What stands around the given root in a complete request.
@@ -104,19 +63,45 @@ Wrapping wrapping_for(const YangSchema& schema, const xmlNode* root)
     const lysc_node* node =
         module != nullptr ? lys_find_child(nullptr, module, name.c_str(), 0, LYS_CONTAINER | LYS_LIST, 0) : nullptr;
     if (netconf || node == nullptr)
-        throw_unknown_root(name, space);
+        throw_unknown_root(schema, name, space);
     return {open_rpc + open_edit + "<nc:config>", "</nc:config></nc:edit-config></nc:rpc>"};
+}
+
+bool is_netconf(const xmlNode* element, std::string_view name)
+{
+    return element != nullptr && element->ns != nullptr && view(element->ns->href) == netconf_namespace &&
+           view(element->name) == name;
+}
+
+xmlNode* netconf_child(xmlNode* parent, std::string_view name)
+{
+    xmlNode* element = xmlFirstElementChild(parent);
+    while (element != nullptr && !is_netconf(element, name))
+        element = xmlNextElementSibling(element);
+    return element;
+}
+
+// What has the data of an edit as its children: <config>, or the document itself. Null when there is no <config>.
+const xmlNode* frame_of_data(xmlNode* root)
+{
+    const bool is_bare = !is_netconf(root, "rpc") && !is_netconf(root, "edit-config") && !is_netconf(root, "config");
+    if (is_bare)
+        return root->parent;
+    xmlNode* edit_config = is_netconf(root, "rpc") ? netconf_child(root, "edit-config") : root;
+    return is_netconf(edit_config, "edit-config") ? netconf_child(edit_config, "config") : edit_config;
 }
 
 std::string complete_request(const YangSchema& schema, std::string_view xml)
 {
+    if (xml.find_first_not_of(" \t\r\n") == std::string_view::npos)
+        throw RpcError("malformed-message", {}, "the edit is empty: nothing but white space");
+    // libxml2 goes first: it names line and column of what is no XML, converts encodings, and limits depth and sizes.
     const DocumentPtr document = parse_xml(xml);
     xmlNode* root = xmlDocGetRootElement(document.get());
     const Wrapping wrapping = wrapping_for(schema, root);
-    const std::unique_ptr<xmlBuffer, BufferDeleter> buffer(xmlBufferCreate());
-    if (buffer == nullptr || xmlNodeDump(buffer.get(), document.get(), root, 0, 0) < 0)
-        throw std::bad_alloc();
-    return wrapping.before + std::string(view(xmlBufferContent(buffer.get()))) + wrapping.after;
+    if (const xmlNode* frame = frame_of_data(root))
+        refuse_wrong_attributes(schema.context(), frame);
+    return wrapping.before + xml_text(document, root) + wrapping.after;
 }
 
 const lyd_node* child(const lyd_node* parent, const char* name)
@@ -177,6 +162,16 @@ const lyd_node* first_edit_node(const lyd_node* edit_config)
     return first;
 }
 
+// A fault in the data has the same first step as one in the request's own parameters, which are no nodes of a module.
+std::string without_frame(const std::string& path)
+{
+    constexpr std::string_view frame = "/nc:edit-config/";
+    if (!path.starts_with(frame))
+        return path;
+    const std::string data = path.substr(frame.size() - 1);
+    return data.substr(0, data.find('/', 1)).find(':') != std::string::npos ? data : path;
+}
+
 // Elements of the configuration that do not fit are let through here, so a failure there is an attribute's.
 std::string_view parse_failure_tag(const LibyangMessage& message)
 {
@@ -205,7 +200,8 @@ EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml)
     TreePtr envelope_owner(envelope);
     TreePtr rpc_owner(operation);
     if (result != LY_SUCCESS) {
-        const LibyangMessage message = last_message(schema.context());
+        LibyangMessage message = last_message(schema.context());
+        message.path = without_frame(message.path);
         throw RpcError(parse_failure_tag(message), message.path, message.text);
     }
     if (operation == nullptr || std::strcmp(node_name(operation), "edit-config") != 0)

@@ -27,6 +27,50 @@ std::string_view located(std::string_view location, std::string_view intro)
     return location.substr(0, end);
 }
 
+const lysc_type* type_of(const lysc_node* node)
+{
+    const lysc_type* type = nullptr;
+    if (node != nullptr && node->nodetype == LYS_LEAF)
+        type = reinterpret_cast<const lysc_node_leaf*>(node)->type;
+    else if (node != nullptr && node->nodetype == LYS_LEAFLIST)
+        type = reinterpret_cast<const lysc_node_leaflist*>(node)->type;
+    if (type != nullptr && type->basetype == LY_TYPE_LEAFREF)
+        type = reinterpret_cast<const lysc_type_leafref*>(type)->realtype;
+    return type;
+}
+
+bool is_signed(LY_DATA_TYPE type)
+{
+    return type == LY_TYPE_INT8 || type == LY_TYPE_INT16 || type == LY_TYPE_INT32 || type == LY_TYPE_INT64;
+}
+
+bool is_unsigned(LY_DATA_TYPE type)
+{
+    return type == LY_TYPE_UINT8 || type == LY_TYPE_UINT16 || type == LY_TYPE_UINT32 || type == LY_TYPE_UINT64;
+}
+
+// As YANG writes it: "1..10 | 20". Empty without one.
+std::string range_text(const lysc_range* range, bool with_sign)
+{
+    std::string text;
+    for (LY_ARRAY_COUNT_TYPE i = 0; range != nullptr && i < LY_ARRAY_COUNT(range->parts); ++i) {
+        const auto& part = range->parts[i];
+        const std::string low = with_sign ? fmt::to_string(part.min_64) : fmt::to_string(part.min_u64);
+        const std::string high = with_sign ? fmt::to_string(part.max_64) : fmt::to_string(part.max_u64);
+        text += (text.empty() ? "" : " | ") + (low == high ? low : fmt::format("{}..{}", low, high));
+    }
+    return text;
+}
+
+std::string enum_words(const lysc_type* type)
+{
+    const auto* enumeration = reinterpret_cast<const lysc_type_enum*>(type);
+    std::string text;
+    for (LY_ARRAY_COUNT_TYPE i = 0; i < LY_ARRAY_COUNT(enumeration->enums); ++i)
+        text += fmt::format("{}{}", text.empty() ? "" : ", ", enumeration->enums[i].name);
+    return text;
+}
+
 } // namespace
 
 LibyangMessage last_message(const ly_ctx* context)
@@ -44,6 +88,27 @@ LibyangMessage last_message(const ly_ctx* context)
     if (last->apptag != nullptr)
         message.app_tag = last->apptag;
     return message;
+}
+
+std::string with_allowed(std::string text, const lysc_node* node)
+{
+    const lysc_type* type = type_of(node);
+    if (type == nullptr)
+        return text;
+    if (type->basetype == LY_TYPE_STRING && text.starts_with("Unsatisfied length"))
+        // Instead of libyang's text, which repeats the value: that may be long.
+        return fmt::format("The length is not allowed. Allowed: {} characters.",
+                           range_text(reinterpret_cast<const lysc_type_str*>(type)->length, false));
+
+    std::string allowed;
+    if (type->basetype == LY_TYPE_ENUM && text.starts_with("Invalid enumeration value"))
+        allowed = enum_words(type);
+    else if (type->basetype == LY_TYPE_BOOL && text.starts_with("Invalid boolean value"))
+        allowed = "true, false";
+    else if ((is_signed(type->basetype) || is_unsigned(type->basetype)) &&
+             (text.starts_with("Unsatisfied range") || text.ends_with("min/max bounds.")))
+        allowed = range_text(reinterpret_cast<const lysc_type_num*>(type)->range, is_signed(type->basetype));
+    return allowed.empty() ? text : fmt::format("{} Allowed: {}.", text, allowed);
 }
 
 void check(int result, const lyd_node* node, std::string_view attempt)

@@ -8,6 +8,7 @@
 
 struct ly_ctx;
 struct lyd_node;
+struct lysc_node;
 
 namespace qnips
 {
@@ -20,6 +21,11 @@ struct LibyangMessage {
     std::string app_tag;     // error-app-tag, given by the module or by libyang
 };
 LibyangMessage last_message(const ly_ctx* context);
+
+// A message about the value of `node` (a leaf or leaf-list; others leave it as it is), with what the type allows:
+// libyang only says that a length, a range or a set of words is violated. An error-message of the YANG module stays as
+// it is.
+std::string with_allowed(std::string text, const lysc_node* node);
 
 // Throws RpcError "operation-failed" that names the attempt unless `result` (an LY_ERR) is success. For calls that
 // cannot fail while the engine is right.

@@ -236,13 +236,10 @@ void Inspection::check_datastore()
 
 void Inspection::check_functions()
 {
-    for (const char* name : {"transapi_init", "transapi_close"}) {
+    for (const char* name :
+         {"transapi_init", "transapi_close", "get_state_data", "perform_getconfig", "perform_copyconfig"}) {
         if (library_.find(name).address == nullptr)
             fault("symbol {} is missing", name);
-    }
-    for (const char* name : {"get_state_data", "perform_getconfig", "perform_copyconfig"}) {
-        if (library_.find(name).address == nullptr)
-            report_.missing_reads.emplace_back(name);
     }
 }
 
@@ -258,8 +255,14 @@ SharedLibrary::SharedLibrary(std::filesystem::path file) : file_(std::move(file)
     // A name without a slash would be looked up in the system's library folders.
     const std::filesystem::path absolute = std::filesystem::absolute(file_);
     handle_.reset(dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL));
-    if (handle_ == nullptr)
-        throw LoadError(file_.string() + " cannot be loaded", {dlerror()});
+    if (handle_ == nullptr) {
+        // The loader's message mostly starts with the file, which the subject names already.
+        std::string reason = dlerror();
+        const std::string repeated = absolute.string() + ": ";
+        if (reason.starts_with(repeated))
+            reason.erase(0, repeated.size());
+        throw LoadError(file_.string() + " cannot be loaded", {std::move(reason)});
+    }
 }
 
 void SharedLibrary::Closer::operator()(void* handle) const noexcept
@@ -300,6 +303,12 @@ PluginModule::PluginModule(const std::filesystem::path& file) : library_(file), 
     const int result = function_at<InitFunction>(library_.find("transapi_init"))(&running);
     if (result != 0)
         throw LoadError(refusal(library_), {fmt::format("transapi_init returned {}", result)});
+}
+
+PluginModule::Reads PluginModule::reads() const
+{
+    return {.configuration = function_at<decltype(Reads::configuration)>(library_.find("perform_getconfig")),
+            .state = function_at<decltype(Reads::state)>(library_.find("get_state_data"))};
 }
 
 PluginModule::~PluginModule()

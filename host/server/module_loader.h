@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "transapi/callback_table.h"
+#include "transapi/datastore.h"
 
 namespace qnips
 {
@@ -51,8 +52,7 @@ private:
 // What an inspection of a library finds. The rows are all that have a path, whatever else is wrong with them.
 struct ModuleReport {
     std::vector<Row> rows;
-    std::vector<std::string> findings;      // each one a reason to refuse the module
-    std::vector<std::string> missing_reads; // read functions that it does not have: no reason to refuse it
+    std::vector<std::string> findings; // each one a reason to refuse the module
 };
 
 // Checks everything that the server needs of a module, without calling any of its functions.
@@ -73,8 +73,13 @@ public:
     // In the order of the module's table. The functions may be called while this object lives.
     [[nodiscard]] const std::vector<Row>& rows() const { return report_.rows; }
 
-    // Names of the read functions that the module does not have.
-    [[nodiscard]] const std::vector<std::string>& missing_reads() const { return report_.missing_reads; }
+    // The functions that the server reads through. They may be called while this object lives, inside a session that
+    // serves them (callback_session.h).
+    struct Reads {
+        char* (*configuration)(void* data, NC_DATASTORE target, nc_err** error) = nullptr;
+        xmlDoc* (*state)(xmlDoc* model, xmlDoc* running, nc_err** error) = nullptr;
+    };
+    [[nodiscard]] Reads reads() const;
 
 private:
     SharedLibrary library_;

@@ -60,15 +60,14 @@ const char* g_product_name_for_dp = nullptr;
 int transapi_comm_with_zell(msg_dp_zell_head_t header, unsigned operation, msg_to_dp_t** reply, struct nc_err** error,
                             void* extra)
 {
-    static_cast<void>(extra);
     if (reply != nullptr)
         *reply = nullptr;
     return serve(1, [&](CallbackSession& session) {
         if (header.msg_type == API_DP2ZELL_CMD_CONFIG)
             return session.commit(operation, error);
-        return session.fail(error, NC_ERR_OP_NOT_SUPPORTED,
-                            "The command platform does not answer messages of type " + std::to_string(header.msg_type) +
-                                ".");
+        if (reply == nullptr)
+            return session.fail(error, NC_ERR_OP_FAILED, "A question to the command platform has no room for a reply.");
+        return session.query(header, extra, *reply, error);
     });
 }
 
@@ -85,9 +84,8 @@ int fail_nc_err(struct nc_err** error, char* message, char* second, int kind, NC
     static_cast<void>(second);
     static_cast<void>(kind);
     const std::unique_ptr<char, decltype(&std::free)> owned(message, std::free);
-    return serve(1, [&](CallbackSession& session) {
-        return session.fail(error, code, message == nullptr ? "" : message);
-    });
+    return serve(
+        1, [&](CallbackSession& session) { return session.fail(error, code, message == nullptr ? "" : message); });
 }
 
 const char* get_node_content(const xmlNode* node)

@@ -1,9 +1,11 @@
 #include "server/yang_schema.h"
 
 #include <cstdlib>
+#include <new>
 #include <stdexcept>
 
 #include <fmt/format.h>
+#include <libxml/parser.h>
 #include <libyang/libyang.h>
 
 #include "server/libyang_error.h"
@@ -17,6 +19,57 @@ namespace
 // The part of ietf-netconf that the host offers: it has running, candidate and startup, checks before it applies, and
 // rolls back when an edit fails (RFC 6241, 8.2 to 8.7).
 const char* netconf_features[] = {"writable-running", "candidate", "rollback-on-error", "validate", "startup", nullptr};
+
+constexpr std::string_view netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+
+struct ParserDeleter {
+    void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
+};
+struct BufferDeleter {
+    void operator()(xmlBuffer* buffer) const noexcept { xmlBufferFree(buffer); }
+};
+
+std::string_view view(const xmlChar* text)
+{
+    return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
+}
+
+std::string trimmed(const char* text)
+{
+    std::string result = text != nullptr ? text : "";
+    result.erase(result.find_last_not_of(" \r\n") + 1);
+    return result;
+}
+
+// The roots of a configuration, without the <config> or <data> of NETCONF that may stand around them.
+// Several roots make no document, so an element stands around them while they are read; a text with an XML declaration
+// is a document.
+std::string roots_text(std::string_view xml)
+{
+    const bool is_document = xml.starts_with("<?xml");
+    const DocumentPtr document = parse_xml(is_document ? std::string(xml) : fmt::format("<roots>{}</roots>", xml));
+    xmlNode* top = xmlDocGetRootElement(document.get());
+    xmlNode* root = is_document ? top : xmlFirstElementChild(top);
+    if (root == nullptr)
+        return std::string(xml);
+    // Beside other elements a wrapper wraps nothing; it is refused like any element that does not belong here.
+    const bool is_wrapped = xmlNextElementSibling(root) == nullptr && root->ns != nullptr &&
+                            view(root->ns->href) == netconf_namespace &&
+                            (view(root->name) == "config" || view(root->name) == "data");
+    std::string text;
+    if (!is_wrapped) {
+        for (xmlNode* node = is_document ? top : top->children; node != nullptr; node = node->next)
+            text += xml_text(document, node);
+        return text;
+    }
+    for (xmlNode* node = root->children; node != nullptr; node = node->next) {
+        // A prefix that the wrapper declares has to hold without it too, also where only a value uses it.
+        for (const xmlNs* ns = root->nsDef; ns != nullptr && node->type == XML_ELEMENT_NODE; ns = ns->next)
+            xmlNewNs(node, ns->href, ns->prefix);
+        text += xml_text(document, node);
+    }
+    return text;
+}
 
 std::string listed(const std::vector<std::filesystem::path>& folders)
 {
@@ -72,6 +125,39 @@ void ContextDeleter::operator()(ly_ctx* context) const noexcept
     ly_ctx_destroy(context);
 }
 
+void DocumentDeleter::operator()(xmlDoc* document) const noexcept
+{
+    xmlFreeDoc(document);
+}
+
+DocumentPtr parse_xml(std::string_view xml)
+{
+    const std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
+    if (parser == nullptr)
+        throw std::bad_alloc();
+    DocumentPtr document(
+        xmlCtxtReadMemory(parser.get(), xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
+                          XML_PARSE_NONET | XML_PARSE_NOCDATA | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    if (document == nullptr) {
+        const xmlError* error = xmlCtxtGetLastError(parser.get());
+        throw RpcError("malformed-message", {},
+                       fmt::format("not well-formed XML at line {}, column {}: {}", error != nullptr ? error->line : 0,
+                                   error != nullptr ? error->int2 : 0,
+                                   trimmed(error != nullptr ? error->message : nullptr)));
+    }
+    if (xmlGetIntSubset(document.get()) != nullptr)
+        throw RpcError("malformed-message", {}, "a document type declaration is not allowed");
+    return document;
+}
+
+std::string xml_text(const DocumentPtr& document, xmlNode* node)
+{
+    const std::unique_ptr<xmlBuffer, BufferDeleter> buffer(xmlBufferCreate());
+    if (buffer == nullptr || xmlNodeDump(buffer.get(), document.get(), node, 0, 0) < 0)
+        throw std::bad_alloc();
+    return std::string(view(xmlBufferContent(buffer.get())));
+}
+
 YangSchema::YangSchema(const std::vector<std::filesystem::path>& folders, const std::string& module)
 {
     // Messages are fetched where an error is raised; nothing goes to standard error.
@@ -115,9 +201,10 @@ TreePtr YangSchema::parse_configuration(std::string_view xml) const
 {
     if (xml.find_first_not_of(" \t\r\n") == std::string_view::npos)
         return nullptr;
+    const std::string roots = roots_text(xml);
     lyd_node* tree = nullptr;
     const LY_ERR result =
-        lyd_parse_data_mem(context_.get(), std::string(xml).c_str(), LYD_XML, LYD_PARSE_STRICT | LYD_PARSE_NO_STATE,
+        lyd_parse_data_mem(context_.get(), roots.c_str(), LYD_XML, LYD_PARSE_STRICT | LYD_PARSE_NO_STATE,
                            LYD_VALIDATE_NO_STATE | LYD_VALIDATE_PRESENT, &tree);
     TreePtr owner(tree);
     if (result != LY_SUCCESS) {

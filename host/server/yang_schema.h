@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include <libxml/tree.h>
+
 struct ly_ctx;
 struct lyd_node;
 struct lys_module;
@@ -24,6 +26,18 @@ struct ContextDeleter {
     void operator()(ly_ctx* context) const noexcept;
 };
 
+struct DocumentDeleter {
+    void operator()(xmlDoc* document) const noexcept;
+};
+using DocumentPtr = std::unique_ptr<xmlDoc, DocumentDeleter>;
+
+// A document from XML text of any encoding. Throws RpcError "malformed-message" that names line and column of what is
+// no XML, and for a document type declaration, which must not appear (RFC 6241, 3).
+DocumentPtr parse_xml(std::string_view xml);
+
+// The text of a node with all below it, in UTF-8 and without an XML declaration.
+std::string xml_text(const DocumentPtr& document, xmlNode* node);
+
 class YangSchema
 {
 public:
@@ -39,8 +53,9 @@ public:
     // none.
     [[nodiscard]] const lysc_node* find(std::string_view path) const;
 
-    // A whole configuration from XML text: checked against the schema, explicit nodes only, no containers that hold
-    // nothing and mean nothing (RFC 7950, 7.5.1). Null for an empty one. Throws RpcError.
+    // A whole configuration from XML text: its roots, or a <config> or <data> of NETCONF around them. Checked against
+    // the schema, explicit nodes only, no containers that hold nothing and mean nothing (RFC 7950, 7.5.1). Null for an
+    // empty one. Throws RpcError.
     [[nodiscard]] TreePtr parse_configuration(std::string_view xml) const;
 
 private:

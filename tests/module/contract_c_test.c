@@ -4,6 +4,7 @@
 #include "transapi/command_platform.h"
 #include "transapi/datastore.h"
 #include "transapi/edit_operation.h"
+#include "transapi/first_signature_set.h"
 #include "transapi/handler_environment.h"
 #include "transapi/module_type.h"
 #include "transapi/netconf_error.h"
@@ -24,10 +25,15 @@ static const struct contract_size sizes[] = {
     {"user_info_t", sizeof(user_info_t), 300},
     {"vsys_info_t", sizeof(vsys_info_t), 164},
     {"msg_to_dp_t.data", offsetof(msg_to_dp_t, data), 500},
+    {"IPS_ApiAnonym_ST", sizeof(IPS_ApiAnonym_ST), 168},
+    {"IPS_ApiAnonym_ST.acVsysName", offsetof(IPS_ApiAnonym_ST, acVsysName), 4},
+    {"IPS_ApiAnonym_ST.acProfileName", offsetof(IPS_ApiAnonym_ST, acProfileName), 36},
+    {"IPS_ApiAnonym_ST.acFirstSigSetName", offsetof(IPS_ApiAnonym_ST, acFirstSigSetName), 100},
+    {"IPS_ApiAnonym_ST.ucFirstSigSetNameLen", offsetof(IPS_ApiAnonym_ST, ucFirstSigSetNameLen), 164},
     {"struct clbk", sizeof(struct clbk), 32},
     {"struct transapi_data_callbacks.callbacks", offsetof(struct transapi_data_callbacks, callbacks), 16},
     {"struct ns_pair", sizeof(struct ns_pair), 16},
-    {"struct ncds_custom_funcs", sizeof(struct ncds_custom_funcs), 11 * sizeof(void*)},
+    {"struct ncds_custom_funcs", sizeof(struct ncds_custom_funcs), 11 * sizeof(void *)},
 };
 
 static const struct contract_value values[] = {
@@ -54,6 +60,8 @@ static const struct contract_value values[] = {
     {"API_MODULE_QN_URL_FILTER", API_MODULE_QN_URL_FILTER, 4},
     {"API_MODULE_IETF_IF", API_MODULE_IETF_IF, 14},
     {"API_MODULE_MAX", API_MODULE_MAX, 90},
+    {"IPS_GET_FIRST_SIGSET_NAME", IPS_GET_FIRST_SIGSET_NAME, 1},
+    {"IPS_ANONYM_MSG_TYPE_MAX", IPS_ANONYM_MSG_TYPE_MAX, 2},
     {"API_DP2ZELL_CMD_CONFIG", API_DP2ZELL_CMD_CONFIG, 1},
     {"API_DP2ZELL_NC_STATE", API_DP2ZELL_NC_STATE, 2},
     {"API_DP2ZELL_ANONYM_MSG", API_DP2ZELL_ANONYM_MSG, 3},
@@ -99,20 +107,20 @@ static const struct contract_value values[] = {
     {"NC_ERR_COMMAND_EXECUTE", NC_ERR_COMMAND_EXECUTE, 24},
 };
 
-const struct contract_size* contract_sizes(size_t* count)
+const struct contract_size *contract_sizes(size_t *count)
 {
     *count = sizeof(sizes) / sizeof(sizes[0]);
     return sizes;
 }
 
-const struct contract_value* contract_values(size_t* count)
+const struct contract_value *contract_values(size_t *count)
 {
     *count = sizeof(values) / sizeof(values[0]);
     return values;
 }
 
 /* A module's callback, written in C. */
-int contract_callback_in_c(void** data, XMLDIFF_OP op, xmlNodePtr node, struct nc_err** error)
+int contract_callback_in_c(void **data, XMLDIFF_OP op, xmlNodePtr node, struct nc_err **error)
 {
     const transapi_callback self = contract_callback_in_c;
     const struct clbk row = {NULL, self, 1, NULL};

@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "module/profile_handler_case.h"
+#include "module/value_case.h"
+#include "quorin-intrusion-prevention-core/handlers/handlers.h"
 #include "support/server_test.h"
 
 namespace
@@ -12,138 +13,34 @@ namespace
 
 using namespace qnips::test;
 
-// A value of a handler's leaf, or of another in its group, and what comes of it. Either `line` or `message` is set.
-struct ValueCase {
-    const char* name;
-    const char* handler;
-    std::string node;
-    int op;
-    std::string line;
-    unsigned operation = 0;
-    NC_ERR code = NC_ERR_EMPTY;
-    std::string message{};
-    std::string output{};          // debug lines, the last excepted, which is the line's
-    std::string group = "another"; // content of the container, when it differs from the usual one
-
-    friend void PrintTo(const ValueCase& test, std::ostream* out) { *out << test.handler << ' ' << test.name; }
-};
-
 class ProfileValue : public ServerTestBase<testing::TestWithParam<ValueCase>>
 {
 };
 
-Lines promised_lines(const ValueCase& test)
-{
-    if (test.line.empty())
-        return {};
-    Line line = handler_case(test.handler).undo_line;
-    if (line.view.empty())
-        line = handler_case(test.handler).set_line;
-    line.line = test.line;
-    return {line};
-}
-
 TEST_P(ProfileValue, IsSentOrRefused)
 {
-    const ValueCase& test = GetParam();
-    const HandlerCase& handler = handler_case(test.handler);
-    Steps above = handler.above;
-    if (test.group != "another")
-        above.back().content = test.group;
-    server.fail_result = 42;
-
-    for (const DebugSetting setting : all_debug_settings) {
-        const DebugSwitches switches(setting);
-        const CallResult r = server.call(handler.handler, test.op, nested(above, test.node), handler.xpath);
-        EXPECT_EQ(r.lines, promised_lines(test));
-        std::string output = test.output;
-        if (test.message.empty()) {
-            EXPECT_EQ(r.result, 0);
-            EXPECT_EQ(r.errors, ClientErrors{});
-            ASSERT_EQ(r.commits.size(), 1U);
-            EXPECT_EQ(r.commits[0].operation, test.operation);
-            output += "[IPS]Operation: " + test.line + " \r\n";
-        } else {
-            EXPECT_EQ(r.result, 42);
-            EXPECT_EQ(r.errors, (ClientErrors{{test.code, test.message}}));
-            EXPECT_TRUE(r.commits.empty());
-        }
-        EXPECT_EQ(without_line_numbers(r.output),
-                  opening_lines(handler, test.op, setting) + (setting.messages ? output : ""));
-    }
-}
-
-const std::string absent = "The current value is NULL.";
-const std::string invalid = "Invalid value, because of spaces or '?'.";
-const std::string question_mark = "[IPS]ERROR: '?' is in the current value.\r\n\r\n";
-
-ValueCase sent(const char* name, const char* handler, std::string node, std::string line, int op = XMLDIFF_ADD,
-               unsigned operation = 0)
-{
-    return {.name = name,
-            .handler = handler,
-            .node = std::move(node),
-            .op = op,
-            .line = std::move(line),
-            .operation = operation};
-}
-
-ValueCase refused(const char* name, const char* handler, std::string node, NC_ERR code, const std::string& message,
-                  int op = XMLDIFF_ADD)
-{
-    return {.name = name,
-            .handler = handler,
-            .node = std::move(node),
-            .op = op,
-            .line = "",
-            .code = code,
-            .message = message,
-            .output = error_line(message)};
-}
-
-// The texts that every handler refuses in a leaf that it reads, whatever the operation.
-std::vector<ValueCase> faulty_texts(const char* handler, const char* leaf_name, const std::vector<int>& ops)
-{
-    std::vector<ValueCase> cases;
-    const std::string bare = '<' + std::string(leaf_name) + "/>";
-    const std::string empty = '<' + std::string(leaf_name) + " text=''/>";
-    for (const int op : ops) {
-        cases.push_back(refused("Absent", handler, bare, NC_ERR_MISSING_ELEM, absent, op));
-        cases.push_back(refused("Empty", handler, empty, NC_ERR_MISSING_ELEM, invalid, op));
-        for (const char* text : {" true", "true ", "true\t", "\ntrue", " "})
-            cases.push_back(refused("Blank", handler, leaf(leaf_name, text), NC_ERR_MISSING_ELEM, invalid, op));
-        cases.push_back(refused("Marked", handler, leaf(leaf_name, "tr?ue"), NC_ERR_MISSING_ELEM, invalid, op));
-        cases.back().output = question_mark + error_line(invalid);
-    }
-    return cases;
-}
-
-const std::vector<int> any_op = {XMLDIFF_ADD, XMLDIFF_MOD, XMLDIFF_REM, XMLDIFF_ADD | XMLDIFF_ROLLBACK, XMLDIFF_NONE};
-
-// Test names are unique by a running number.
-std::string value_name(const testing::TestParamInfo<ValueCase>& test)
-{
-    return std::string(test.param.handler) + '_' + test.param.name + '_' + std::to_string(test.index);
+    expect_value(server, GetParam());
 }
 
 // ------------------------------------------------------------------------------------------------- texts in general --
 
 INSTANTIATE_TEST_SUITE_P(FaultyAssign, ProfileValue,
-                         testing::ValuesIn(faulty_texts("IPS_UD_Assign_IPS_Function", "ips-enable", any_op)),
+                         testing::ValuesIn(faulty_texts("IPS_UD_Assign_IPS_Function", "ips-enable", any_operation)),
                          value_name);
 INSTANTIATE_TEST_SUITE_P(FaultyDescription, ProfileValue,
-                         testing::ValuesIn(faulty_texts("IPS_UD_ProfileDescription", "description", any_op)),
+                         testing::ValuesIn(faulty_texts("IPS_UD_ProfileDescription", "description", any_operation)),
                          value_name);
 INSTANTIATE_TEST_SUITE_P(FaultyEvidence, ProfileValue,
                          testing::ValuesIn(faulty_texts("IPS_UD_ProfileCAE_Enable", "collect-attack-evidence-enable",
-                                                        any_op)),
+                                                        any_operation)),
                          value_name);
 INSTANTIATE_TEST_SUITE_P(FaultyAssociated, ProfileValue,
                          testing::ValuesIn(faulty_texts("IPS_UD_ProfileASSOC_Enable", "associated-check-enable",
-                                                        any_op)),
+                                                        any_operation)),
                          value_name);
 INSTANTIATE_TEST_SUITE_P(FaultyDomain, ProfileValue,
-                         testing::ValuesIn(faulty_texts("IPS_ExceptionDomainName", "exception-domain-name", any_op)),
+                         testing::ValuesIn(faulty_texts("IPS_ExceptionDomainName", "exception-domain-name",
+                                                        any_operation)),
                          value_name);
 INSTANTIATE_TEST_SUITE_P(FaultyFilter, ProfileValue,
                          testing::ValuesIn(faulty_texts("IPS_UD_ProfileCNC_Enable", "domain-filter-enable",
@@ -154,8 +51,7 @@ INSTANTIATE_TEST_SUITE_P(FaultyFilterAction, ProfileValue,
                                                         {XMLDIFF_ADD, XMLDIFF_MOD})),
                          value_name);
 
-// ------------------------------------------------------------------------------------------------------ true or false
-// --
+// ---------------------------------------------------------------------------------------------------- true or false --
 
 std::vector<ValueCase> switch_cases(const char* handler, const char* leaf_name, const char* on, const char* off,
                                     const std::string& message)
@@ -202,14 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
              XMLDIFF_REM, 1)),
     value_name);
 
-// ------------------------------------------------------------------------------------------------------- domain filter
-// --
-
-ValueCase in_group(ValueCase test, std::string group)
-{
-    test.group = std::move(group);
-    return test;
-}
+// ---------------------------------------------------------------------------------------------------- domain filter --
 
 ValueCase filter_refused(const char* name, const char* handler, std::string node, std::string group, NC_ERR code,
                          const std::string& message)
@@ -277,8 +166,7 @@ INSTANTIATE_TEST_SUITE_P(FilterUndo, ProfileValue,
                                               XMLDIFF_ADD | XMLDIFF_ROLLBACK, 1)),
                          value_name);
 
-// ------------------------------------------------------------------------------------------------------ profile's name
-// --
+// --------------------------------------------------------------------------------------------------- profile's name --
 
 std::string profile(const std::string& name_element)
 {
@@ -302,13 +190,13 @@ std::vector<ValueCase> profile_name_cases()
         sent("LongAndUndone", handler, named(std::string(300, 'n')),
              "undo profile type ips name \"" + std::string(126, 'n'), XMLDIFF_REM, 1),
     };
-    for (const int op : any_op) {
-        cases.push_back(refused("Absent", handler, profile(""), NC_ERR_MISSING_ELEM, absent, op));
-        cases.push_back(refused("Null", handler, profile("<name/>"), NC_ERR_MISSING_ELEM, absent, op));
-        cases.push_back(refused("Empty", handler, profile("<name text=''/>"), NC_ERR_MISSING_ELEM, invalid, op));
-        cases.push_back(refused("Blank", handler, named(" webguard"), NC_ERR_MISSING_ELEM, invalid, op));
-        cases.push_back(refused("Marked", handler, named("web?"), NC_ERR_MISSING_ELEM, invalid, op));
-        cases.back().output = question_mark + error_line(invalid);
+    for (const int op : any_operation) {
+        cases.push_back(refused("Absent", handler, profile(""), NC_ERR_MISSING_ELEM, absent_value, op));
+        cases.push_back(refused("Null", handler, profile("<name/>"), NC_ERR_MISSING_ELEM, absent_value, op));
+        cases.push_back(refused("Empty", handler, profile("<name text=''/>"), NC_ERR_MISSING_ELEM, invalid_value, op));
+        cases.push_back(refused("Blank", handler, named(" webguard"), NC_ERR_MISSING_ELEM, invalid_value, op));
+        cases.push_back(refused("Marked", handler, named("web?"), NC_ERR_MISSING_ELEM, invalid_value, op));
+        cases.back().output = question_mark + error_line(invalid_value);
     }
     for (const char* delivered : {"default", "ids", "outside_firewall", "dmz", "inside_firewall", "mail_server",
                                   "dns_server", "file_server", "web_server", "strict"}) {
@@ -322,8 +210,7 @@ std::vector<ValueCase> profile_name_cases()
 
 INSTANTIATE_TEST_SUITE_P(ProfileName, ProfileValue, testing::ValuesIn(profile_name_cases()), value_name);
 
-// --------------------------------------------------------------------------------------------------- texts at limits
-// --
+// -------------------------------------------------------------------------------------------------- texts at limits --
 
 std::vector<ValueCase> long_text_cases()
 {
@@ -349,8 +236,7 @@ std::vector<ValueCase> long_text_cases()
 
 INSTANTIATE_TEST_SUITE_P(LongTexts, ProfileValue, testing::ValuesIn(long_text_cases()), value_name);
 
-// ------------------------------------------------------------------------------------------------------- virtual
-// systems --
+// -------------------------------------------------------------------------------------------------- virtual systems --
 
 class AssignIps : public ServerTest
 {
@@ -366,7 +252,7 @@ TEST_F(AssignIps, RootSystemCannotBeSwitched)
 {
     const std::string message = "Current vsys name is public, the node is only operated under vsys system.";
     server.fail_result = 42;
-    for (const int op : any_op) {
+    for (const int op : any_operation) {
         const DebugSwitches switches({true, false});
         const CallResult r = call("public", op);
         EXPECT_EQ(r.result, 42);
@@ -392,8 +278,7 @@ TEST_F(AssignIps, OnlyThatExactNameIsTheRootSystem)
     }
 }
 
-// --------------------------------------------------------------------------------------- edits of more than one node
-// --
+// -------------------------------------------------------------------------------------- edits of more than one node --
 
 TEST(ProfileEdit, RemovedProfileSendsItsOwnLineOnly)
 {
@@ -405,12 +290,13 @@ TEST(ProfileEdit, RemovedProfileSendsItsOwnLineOnly)
         R"(<associated-check-enable op="REM">true</associated-check-enable>)"
         R"(<command-and-control-domain-filter op="REM"><domain-filter-enable op="REM">true)"
         R"(</domain-filter-enable><action op="REM">block</action></command-and-control-domain-filter></profile>)");
-    for (const HandlerCase& test : handler_cases()) {
-        if (test.profile_level == 0 && test.decoding != Decoding::profile_entry)
+    for (const HandlerCase& test : profile_handler_cases()) {
+        const bool is_entry = test.handler == IPS_UD_Profile;
+        if (test.profile_level == 0 && !is_entry)
             continue;
         SCOPED_TRACE(test.name);
         const CallResult r = server.call(test.handler, XMLDIFF_REM, xml, test.xpath);
-        if (test.decoding == Decoding::profile_entry)
+        if (is_entry)
             EXPECT_EQ(r.lines, Lines{test.undo_line});
         else
             EXPECT_TRUE(r.quiet());

@@ -127,6 +127,8 @@ int RecordingServer::serve_message(const msg_dp_zell_head_t& header, unsigned op
             misuse("a commit with a foreign error slot");
         return commit(header, operation, reply, extra);
     }
+    if (error != nullptr && error != error_slot())
+        misuse("a query with a foreign error slot");
     return answer(header, operation, reply, extra, error != nullptr);
 }
 

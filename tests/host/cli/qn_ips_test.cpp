@@ -99,13 +99,6 @@ TEST(CheckModule, AcceptsAModuleThatFits)
     EXPECT_EQ(outcome.errors, "");
 }
 
-TEST(CheckModule, NotesMissingReads)
-{
-    const Outcome outcome = run("check-module " + library("no-reads") + yang);
-    EXPECT_EQ(outcome.exit_code, 0);
-    EXPECT_THAT(outcome.output, StartsWith(library("no-reads") + ": note: no get_state_data\n"));
-}
-
 TEST(CheckModule, PrintsEveryFindingOfTheLibraryAndOfItsTable)
 {
     const std::string name = library("many-faults");

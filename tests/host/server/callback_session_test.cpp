@@ -198,15 +198,15 @@ TEST_F(Services, LinesThatNobodyCommitsAreDroppedAndReported)
     EXPECT_THAT(platform_.scripts(), ElementsAre(Script{{line("three")}, API_CMD_ADD, true}));
 }
 
-TEST_F(Services, MessagesOtherThanACommitAreRefused)
+TEST_F(Services, MessagesThatThePlatformDoesNotAnswerAreRefused)
 {
     const CallbackRecord record = call(description_a, Phase::set, [](void**, XMLDIFF_OP, xmlNodePtr, nc_err** error) {
         msg_dp_zell_head_t header{};
-        header.msg_type = API_DP2ZELL_GET_CONFIG;
+        header.msg_type = API_DP2ZELL_GET_PUBKEY;
         msg_to_dp_t left_over{};
         msg_to_dp_t* reply = &left_over;
         cache_line("one");
-        EXPECT_EQ(transapi_comm_with_zell(header, 0, &reply, error, nullptr), 1);
+        EXPECT_EQ(transapi_comm_with_zell(header, 0, &reply, error, nullptr), NC_ERR_OP_NOT_SUPPORTED);
         EXPECT_EQ(reply, nullptr);
         return commit(API_CMD_ADD, error);
     });

@@ -93,7 +93,7 @@ TEST(EditRefusal, AttributesThatNoEditHas)
             {"<settings nc:operation='none'/>", "bad-attribute /et:top/settings"},
             {"<settings><level nc:operation='destroy'/></settings>", "bad-attribute /et:top/settings/level"},
             {"<item nc:operation='destroy'><name>a</name></item>", "bad-attribute /et:top/item[name='a']"},
-            {"<pair nc:operation='destroy'><left>it's</left><right> 1 </right></pair>",
+            {"<pair nc:operation='destroy'><left>it's</left><right>1</right></pair>",
              R"(bad-attribute /et:top/pair[left="it's"][right='1'])"},
             {"<settings><tag nc:operation='destroy'>x</tag></settings>", "bad-attribute /et:top/settings/tag[.='x']"},
             {"<stage yang:insert='middle'><name>c</name></stage>", "bad-attribute /et:top/stage[name='c']"},
@@ -152,6 +152,63 @@ TEST(EditRefusal, NodesThatDoNotFitTheSchema)
             {"<status><uptime>1</uptime></status>", "unknown-element /et:top/status"},
             {"<settings>text</settings>", "bad-element /et:top/settings"},
         });
+}
+
+TEST(EditRefusal, NamesTheNamespaceFoundAndTheOneExpected)
+{
+    struct Case {
+        const char* content; // of <config>, in the namespace of NETCONF
+        const char* error;
+        const char* reason;
+    };
+    const std::vector<Case> cases = {
+        {"<top/>", "unknown-element /nc:top",
+         "element <top> of namespace \"urn:ietf:params:xml:ns:netconf:base:1.0\" is not known here; expected "
+         "xmlns=\"urn:quorin:test:engine\""},
+        {"<top xmlns='urn:nobody'/>", "unknown-namespace /top",
+         "element <top> of namespace \"urn:nobody\" is not known here; expected xmlns=\"urn:quorin:test:engine\""},
+        {"<top xmlns=''/>", "unknown-namespace /top",
+         "element <top> without a namespace is not known here; expected xmlns=\"urn:quorin:test:engine\""},
+        {"<top xmlns='urn:quorin:test:engine'><settings xmlns='urn:nobody'/></top>",
+         "unknown-namespace /et:top/settings",
+         "element <settings> of namespace \"urn:nobody\" is not known here; expected "
+         "xmlns=\"urn:quorin:test:engine\""},
+        {"<top xmlns='urn:quorin:test:engine'><nothing xmlns='urn:nobody'/></top>", "unknown-namespace /et:top/nothing",
+         "element <nothing> of namespace \"urn:nobody\" is not known here"},
+        {"<top xmlns='urn:quorin:test:engine'><nothing/></top>", "unknown-element /et:top/nothing",
+         "element <nothing> is not known here"},
+    };
+    for (const Case& test : cases) {
+        ConfigTree tree;
+        const auto edit = [&] { const AppliedEdit applied(tree, request_of("merge", test.content)); };
+        EXPECT_EQ(error_of(edit), test.error) << test.content;
+        EXPECT_EQ(reason_of(edit), test.reason) << test.content;
+    }
+}
+
+TEST(EditRefusal, SaysWhichValuesAreAllowed)
+{
+    struct Case {
+        const char* edit;
+        const char* reason;
+    };
+    const std::vector<Case> cases = {
+        {"<settings><level>11</level></settings>",
+         "Unsatisfied range - value \"11\" is out of the allowed range. Allowed: 1..10."},
+        {"<settings><level>300</level></settings>",
+         "Value \"300\" is out of type uint8 min/max bounds. Allowed: 1..10."},
+        {"<settings><label/></settings>", "The length is not allowed. Allowed: 1..20 characters."},
+        {"<settings><label>twenty-one characters</label></settings>",
+         "The length is not allowed. Allowed: 1..20 characters."},
+        {"<feature><mode>medium</mode></feature>", "Invalid enumeration value \"medium\". Allowed: fast, slow."},
+        {"<item><name>a</name><strict>TRUE</strict></item>", "Invalid boolean value \"TRUE\". Allowed: true, false."},
+        {"<item><name>a</name><size>70000</size></item>", "Value \"70000\" is out of type uint16 min/max bounds."},
+    };
+    for (const Case& test : cases) {
+        ConfigTree tree;
+        EXPECT_EQ(reason_of([&] { const AppliedEdit edit(tree, request_of("merge", top(test.edit))); }), test.reason)
+            << test.edit;
+    }
 }
 
 TEST(EditRefusal, TheSameNodeTwice)

@@ -50,4 +50,15 @@ std::string error_of(const auto& action)
     return {};
 }
 
+// The text of the RpcError that `action` throws; empty when it throws none.
+std::string reason_of(const auto& action)
+{
+    try {
+        action();
+    } catch (const RpcError& error) {
+        return error.what();
+    }
+    return {};
+}
+
 } // namespace qnips::test

@@ -123,11 +123,11 @@ TEST(ModuleLoader, RefusesWhatIsNoLibrary)
     EXPECT_THROW(const PluginModule module(__FILE__), LoadError);
 }
 
-TEST(ModuleLoader, MissingReadsAreNoReasonToRefuse)
+TEST(ModuleLoader, MissingReadsAreFaults)
 {
-    const PluginModule module(library("no-reads"));
-    EXPECT_THAT(module.missing_reads(), ElementsAre("get_state_data", "perform_getconfig", "perform_copyconfig"));
-    EXPECT_THAT(PluginModule(library("good")).missing_reads(), IsEmpty());
+    EXPECT_THAT(findings_of_loading("no-reads"),
+                ElementsAre("symbol get_state_data is missing", "symbol perform_getconfig is missing",
+                            "symbol perform_copyconfig is missing"));
 }
 
 TEST(ModuleLoader, RowsStandInTheOrderOfTheTableWithTheNamesOfTheirCallbacks)

@@ -61,6 +61,42 @@ TEST(YangSchema, RefusesConfigurationsThatAreNotValid)
     EXPECT_EQ(error_of([] { config("<pair><left>a</left><right>1</right></pair>"); }).substr(0, 13), "invalid-value");
 }
 
+std::string parsed_text(const std::string& xml)
+{
+    return text_of(ConfigTree(engine_schema().parse_configuration(xml)));
+}
+
+TEST(YangSchema, TakesAConfigurationOutOfItsWrapperOfNetconf)
+{
+    const std::string base = "urn:ietf:params:xml:ns:netconf:base:1.0";
+    const std::string bare = top("<item><name>a</name></item>");
+    const std::string expected = R"(<top xmlns="urn:quorin:test:engine"><item><name>a</name></item></top>)";
+    EXPECT_EQ(parsed_text(bare), expected);
+    for (const char* wrapper : {"config", "data"}) {
+        const std::string name = wrapper;
+        EXPECT_EQ(parsed_text("<" + name + " xmlns='" + base + "'>\n" + bare + "\n</" + name + ">"), expected);
+        EXPECT_EQ(parsed_text("<n:" + name + " xmlns:n='" + base + "' xmlns:e='urn:quorin:test:engine'>" +
+                              "<e:top><e:item><e:name>a</e:name></e:item></e:top></n:" + name + ">"),
+                  expected);
+        EXPECT_EQ(parsed_text("<" + name + " xmlns='" + base + "'/>"), "");
+        EXPECT_EQ(error_of([&] { parsed_text("<" + name + ">" + bare + "</" + name + ">"); }).substr(0, 13),
+                  "invalid-value");
+        EXPECT_EQ(
+            error_of([&] { parsed_text("<" + name + " xmlns='" + base + "'>text</" + name + ">"); }).substr(0, 13),
+            "invalid-value");
+    }
+    EXPECT_EQ(parsed_text("<data xmlns='" + base + "'>" + bare +
+                          "<other xmlns='urn:quorin:test:engine'><value>v</value></other></data>"),
+              expected + R"(<other xmlns="urn:quorin:test:engine"><value>v</value></other>)");
+}
+
+TEST(YangSchema, NamesTheLineOfAConfigurationThatIsNoXml)
+{
+    const auto parse = [] { parsed_text("<top xmlns='urn:quorin:test:engine'>\n  <single>x</singel>\n</top>"); };
+    EXPECT_EQ(error_of(parse), "malformed-message");
+    EXPECT_EQ(reason_of(parse).substr(0, 42), "not well-formed XML at line 2, column 21: ");
+}
+
 TEST(InstancePath, HasThePrefixWhereLibyangHasTheModule)
 {
     ConfigTree tree =

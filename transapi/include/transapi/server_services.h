@@ -24,7 +24,8 @@ extern const char *g_product_name_for_dp;
 int transapi_comm_with_zell(msg_dp_zell_head_t header, unsigned operation, msg_to_dp_t **reply, struct nc_err **error,
                             void *extra);
 
-/* Appends a command line to the pending script. `vsys` and `view_type` may be null. Returns 0 on success. */
+/* Appends a command line to the pending script. The four texts are copied and not written to; `vsys` and `view_type`
+ * may be null. Returns 0 on success. */
 unsigned api_script_cache_lines(char *vsys, char *view, char *view_type, char *line);
 
 /* Records an error for the client. `message` is null or a text from malloc that passes to the server. Returns 1. */

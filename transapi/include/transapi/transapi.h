@@ -7,6 +7,7 @@
 #include "transapi/command_platform.h"
 #include "transapi/datastore.h"
 #include "transapi/edit_operation.h"
+#include "transapi/first_signature_set.h"
 #include "transapi/handler_environment.h"
 #include "transapi/module_type.h"
 #include "transapi/netconf_error.h"

@@ -6,6 +6,12 @@
 
 #include "adapter/api_adp_libnetconf.h"
 
+static void print_if(uint32_t uiSwitch, const char *pcFormat, va_list stArgs)
+{
+    if (uiSwitch != 0)
+        vprintf(pcFormat, stArgs);
+}
+
 void ips_debug_line(const char *pcText)
 {
     if (g_ulZDBIPSprint != 0)
@@ -14,30 +20,23 @@ void ips_debug_line(const char *pcText)
 
 void ips_debug_print(const char *pcFormat, ...)
 {
-    if (g_ulZDBIPSprint == 0)
-        return;
-
     va_list stArgs;
     va_start(stArgs, pcFormat);
-    vprintf(pcFormat, stArgs);
+    print_if(g_ulZDBIPSprint, pcFormat, stArgs);
     va_end(stArgs);
 }
 
 void ips_trace_print(const char *pcFormat, ...)
 {
-    if (g_ulZDBIPSprintSpecial == 0)
-        return;
-
     va_list stArgs;
     va_start(stArgs, pcFormat);
-    vprintf(pcFormat, stArgs);
+    print_if(g_ulZDBIPSprintSpecial, pcFormat, stArgs);
     va_end(stArgs);
 }
 
 int ips_error(API_ENV_S *pstEnv, NC_ERR enCode, const char *pcText)
 {
-    if (g_ulZDBIPSprint != 0)
-        printf("[IPS]ERROR: %s\r\n\r\n", pcText);
+    ips_debug_print("[IPS]ERROR: %s\r\n\r\n", pcText);
     return api_error(pstEnv, nullptr, enCode, "%s", pcText);
 }
 

@@ -11,6 +11,15 @@ extern "C" {
 
 /* command-and-control-domain-filter: domain-filter-enable, action */
 int ips_cmd_zell_profile_cnc(API_ENV_S *env, char *pcVsysName, char *pcProfileName);
+
+/* signature-set-action: action, interworking */
+int ips_cmd_zell_profile_signatureset_action(API_ENV_S *env, char *pcVsysName, char *pcProfileName, char *pcSigSetName);
+
+/* exception-signature: id, action, timeout, interworking */
+int ips_cmd_zell_profile_exception_signatureID(API_ENV_S *env, char *pcVsysName, char *pcProfileName);
+
+/* dns-check/request-type: start-type, end-type, action */
+int ips_cmd_zell_profile_dns_request_type(API_ENV_S *env, char *pcVsysName, char *pcProfileName);
 }
 
 #endif

@@ -72,6 +72,11 @@ bool ips_op_is_set(int iOp)
            (iOp & ROLLBACK_OR_REM) == ROLLBACK_OR_REM;
 }
 
+bool ips_op_is_change(int iOp)
+{
+    return (iOp & (XMLDIFF_ADD | XMLDIFF_MOD | XMLDIFF_CHAIN)) != 0;
+}
+
 void ips_op_unknown(int iOp)
 {
     ips_debug_print("[IPS]ERROR: Unknown op(%d).\r\n\r\n", iOp);

@@ -11,15 +11,14 @@
 
 #include "adapter/api_adp_libnetconf.h"
 #include "quorin-intrusion-prevention-core/checks/string_check.h"
+#include "quorin-intrusion-prevention-core/checks/value_check.h"
 #include "quorin-intrusion-prevention-core/commands/command_line.h"
 #include "quorin-intrusion-prevention-core/commands/edit_context.h"
 #include "quorin-intrusion-prevention-core/handlers/handlers.h"
 #include "quorin-intrusion-prevention-core/report.h"
+#include "quorin-intrusion-prevention-core/sibling.h"
 
 #pragma GCC visibility push(hidden)
-
-/* Formats into an array, at most its size minus one characters. */
-#define IPS_FORMAT(array, ...) snprintf_s(array, sizeof(array), sizeof(array) - 1, __VA_ARGS__)
 
 /* Every handler's first step: the next commit is an addition until the handler says otherwise, and the entry trace. */
 void ips_handler_enter(API_ENV_S *pstEnv, const char *pcHandler, int iLine, int iOp);
@@ -42,6 +41,7 @@ int ips_profile_get(API_ENV_S *pstEnv, IPS_PRO_NAME_INFO *pstProfile, int iLevel
 bool ips_op_is_set(int iOp);
 bool ips_op_is_undo(int iOp);
 bool ips_op_is_removal(int iOp); /* a plain one: no rollback */
+bool ips_op_is_change(int iOp);  /* an addition, a modification or a change below, rollbacks included */
 
 /* An operation that is neither: nothing to cache, and the handler still commits. */
 void ips_op_unknown(int iOp);

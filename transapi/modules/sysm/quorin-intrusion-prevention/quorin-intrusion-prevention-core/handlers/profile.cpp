@@ -15,7 +15,7 @@ static const int LEN_DOMAIN_LINE = 576;
 
 extern "C" {
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:ips-enable
+/* .../qn-ips:vsys/qn-ips:ips-enable
  * Removing the leaf assigns the function again: that is the leaf's default, so undo and "true" send the same line. */
 int IPS_UD_Assign_IPS_Function(int op, xmlNodePtr node, API_ENV_S *env)
 {
@@ -73,7 +73,7 @@ static bool is_delivered_profile(const char *pcQuotedName)
     return false;
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:profiles/qn-ips:profile */
+/* .../qn-ips:vsys/qn-ips:profiles/qn-ips:profile */
 int IPS_UD_Profile(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_VSYS_NAME_INFO stVsys;
@@ -112,11 +112,10 @@ int IPS_UD_Profile(int op, xmlNodePtr node, API_ENV_S *env)
     return ips_commit(env, "[IPS]ERROR: The leaf of profile name is wrong.\r\n\r");
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:profiles/qn-ips:profile/qn-ips:description */
+/* .../qn-ips:profile/qn-ips:description */
 int IPS_UD_ProfileDescription(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
-    char acView[IPS_LEN_VIEW] = {0};
     char acDescription[LEN_DESCRIPTION] = {0};
     char acCmdMes[LEN_DESCRIPTION_LINE] = {0};
 
@@ -126,7 +125,6 @@ int IPS_UD_ProfileDescription(int op, xmlNodePtr node, API_ENV_S *env)
     int iResult = ips_profile_get(env, &stProfile, 1, __func__, __LINE__);
     if (iResult != 0)
         return iResult;
-    IPS_FORMAT(acView, "profile-ips-%s", stProfile.acProfileName);
 
     const char *pcValue = get_node_content(node);
     iResult = Check_CurValue_String_Is_Valid(env, pcValue);
@@ -136,9 +134,9 @@ int IPS_UD_ProfileDescription(int op, xmlNodePtr node, API_ENV_S *env)
 
     if (ips_op_is_set(op)) {
         IPS_FORMAT(acCmdMes, "description %s", acDescription);
-        ips_line_cache(stProfile.acVsysName, acView, IPS_VIEW_TYPE_PROFILE, acCmdMes);
+        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
     } else if (ips_op_is_undo(op)) {
-        ips_line_cache(stProfile.acVsysName, acView, IPS_VIEW_TYPE_PROFILE, "undo description");
+        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, "undo description");
         env->cmd_oper = API_CMD_DEL;
     } else {
         ips_op_unknown(op);
@@ -158,7 +156,6 @@ typedef struct {
 static int profile_switch(int op, xmlNodePtr node, API_ENV_S *env, const PROFILE_SWITCH *pstSwitch)
 {
     IPS_PRO_NAME_INFO stProfile;
-    char acView[IPS_LEN_VIEW] = {0};
 
     ips_handler_enter(env, pstSwitch->pcHandler, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 3}))
@@ -166,7 +163,6 @@ static int profile_switch(int op, xmlNodePtr node, API_ENV_S *env, const PROFILE
     int iResult = ips_profile_get(env, &stProfile, 1, pstSwitch->pcHandler, __LINE__);
     if (iResult != 0)
         return iResult;
-    IPS_FORMAT(acView, "profile-ips-%s", stProfile.acProfileName);
 
     const char *pcValue = get_node_content(node);
     iResult = Check_CurValue_String_Is_Valid(env, pcValue);
@@ -175,13 +171,13 @@ static int profile_switch(int op, xmlNodePtr node, API_ENV_S *env, const PROFILE
 
     if (ips_op_is_set(op)) {
         if (strcmp(pcValue, "true") == 0)
-            ips_line_cache(stProfile.acVsysName, acView, IPS_VIEW_TYPE_PROFILE, pstSwitch->pcOnLine);
+            ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, pstSwitch->pcOnLine);
         else if (strcmp(pcValue, "false") == 0)
-            ips_line_cache(stProfile.acVsysName, acView, IPS_VIEW_TYPE_PROFILE, pstSwitch->pcOffLine);
+            ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, pstSwitch->pcOffLine);
         else
             return ips_error(env, NC_ERR_BAD_ELEM, pstSwitch->pcBadValue);
     } else if (ips_op_is_undo(op)) {
-        ips_line_cache(stProfile.acVsysName, acView, IPS_VIEW_TYPE_PROFILE, pstSwitch->pcOffLine);
+        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, pstSwitch->pcOffLine);
         env->cmd_oper = API_CMD_DEL;
     } else {
         ips_op_unknown(op);
@@ -189,12 +185,12 @@ static int profile_switch(int op, xmlNodePtr node, API_ENV_S *env, const PROFILE
     return ips_commit(env, pstSwitch->pcFailure);
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:profiles/qn-ips:profile/qn-ips:collect-attack-evidence-enable
+/* .../qn-ips:profile/qn-ips:collect-attack-evidence-enable
  */
 int IPS_UD_ProfileCAE_Enable(int op, xmlNodePtr node, API_ENV_S *env)
 {
     static const PROFILE_SWITCH stSwitch = {
-        .pcHandler = "IPS_UD_ProfileCAE_Enable",
+        .pcHandler = __func__,
         .pcOnLine = "collect-attack-evidence enable",
         .pcOffLine = "undo collect-attack-evidence enable",
         .pcBadValue = "Failed to check the collect-attack-evidence node.",
@@ -204,12 +200,12 @@ int IPS_UD_ProfileCAE_Enable(int op, xmlNodePtr node, API_ENV_S *env)
     return profile_switch(op, node, env, &stSwitch);
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:profiles/qn-ips:profile/qn-ips:associated-check-enable
+/* .../qn-ips:profile/qn-ips:associated-check-enable
  */
 int IPS_UD_ProfileASSOC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
 {
     static const PROFILE_SWITCH stSwitch = {
-        .pcHandler = "IPS_UD_ProfileASSOC_Enable",
+        .pcHandler = __func__,
         .pcOnLine = "assoc-check enable",
         .pcOffLine = "undo assoc-check enable",
         .pcBadValue = "Failed to check the associated-check-enable node.",
@@ -219,13 +215,11 @@ int IPS_UD_ProfileASSOC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
     return profile_switch(op, node, env, &stSwitch);
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:profiles/qn-ips:profile
- *     /qn-ips:command-and-control-domain-filter
+/* .../qn-ips:profile/qn-ips:command-and-control-domain-filter
  * The container speaks when it goes; when it comes or changes, its leaves do. */
 int IPS_UD_ProfileCNC(int op, xmlNodePtr, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
-    char acView[IPS_LEN_VIEW] = {0};
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 3}))
@@ -233,12 +227,11 @@ int IPS_UD_ProfileCNC(int op, xmlNodePtr, API_ENV_S *env)
     const int iResult = ips_profile_get(env, &stProfile, 1, __func__, __LINE__);
     if (iResult != 0)
         return iResult;
-    IPS_FORMAT(acView, "profile-ips-%s", stProfile.acProfileName);
 
     if (ips_op_is_undo(op)) {
-        ips_line_cache(stProfile.acVsysName, acView, IPS_VIEW_TYPE_PROFILE, "undo cnc domain-filter enable");
+        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, "undo cnc domain-filter enable");
         env->cmd_oper = API_CMD_DEL;
-    } else if ((op & (XMLDIFF_ADD | XMLDIFF_MOD | XMLDIFF_CHAIN)) != 0) {
+    } else if (ips_op_is_change(op)) {
         ips_debug_line("[IPS]SUCCESS: The op is ok.\r");
         return 0;
     } else {
@@ -266,12 +259,10 @@ static int domain_filter_set(xmlNodePtr node, API_ENV_S *env, IPS_PRO_NAME_INFO 
     return iResult;
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:profiles/qn-ips:profile
- *     /qn-ips:command-and-control-domain-filter/qn-ips:domain-filter-enable */
+/* .../qn-ips:profile/qn-ips:command-and-control-domain-filter/qn-ips:domain-filter-enable */
 int IPS_UD_ProfileCNC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
-    char acView[IPS_LEN_VIEW] = {0};
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 2, 4}))
@@ -281,8 +272,7 @@ int IPS_UD_ProfileCNC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
         return iResult;
 
     if (ips_op_is_undo(op)) {
-        IPS_FORMAT(acView, "profile-ips-%s", stProfile.acProfileName);
-        ips_line_cache(stProfile.acVsysName, acView, IPS_VIEW_TYPE_PROFILE, "undo cnc domain-filter enable");
+        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, "undo cnc domain-filter enable");
         env->cmd_oper = API_CMD_DEL;
     } else if (ips_op_is_set(op)) {
         iResult = domain_filter_set(node, env, &stProfile);
@@ -294,8 +284,7 @@ int IPS_UD_ProfileCNC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
     return ips_commit(env, "[IPS]ERROR: The leaf of profile cnc domain-filter enable is wrong.\r\n\r");
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:profiles/qn-ips:profile
- *     /qn-ips:command-and-control-domain-filter/qn-ips:action
+/* .../qn-ips:profile/qn-ips:command-and-control-domain-filter/qn-ips:action
  * There is no line that takes the action alone away. Only the plain removal is refused; the rollback of an addition
  * counts as unknown. */
 int IPS_UD_ProfileCNC_Action(int op, xmlNodePtr node, API_ENV_S *env)
@@ -321,8 +310,7 @@ int IPS_UD_ProfileCNC_Action(int op, xmlNodePtr node, API_ENV_S *env)
     return ips_commit(env, "[IPS]ERROR: The leaf of profile cnc domain-filter action is wrong.\r\n\r");
 }
 
-/* /qn-ips:ips-config/qn-ips:user-defined-ips/qn-ips:vsys/qn-ips:exception-domain-name-information
- *     /qn-ips:exception-domain-name */
+/* .../qn-ips:vsys/qn-ips:exception-domain-name-information/qn-ips:exception-domain-name */
 int IPS_ExceptionDomainName(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_VSYS_NAME_INFO stVsys;

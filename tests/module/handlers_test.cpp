@@ -1,11 +1,11 @@
-// What the handlers of profiles have in common: decoding of operations, ancestors that go, names, the commit.
+// What all handlers have in common: decoding of operations, ancestors that go, names, the commit.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <set>
 #include <string>
 
-#include "module/profile_handler_case.h"
+#include "module/handler_case.h"
 #include "support/server_test.h"
 
 namespace
@@ -13,7 +13,7 @@ namespace
 
 using namespace qnips::test;
 
-class ProfileHandler : public ServerTestBase<testing::TestWithParam<HandlerCase>>
+class AnyHandler : public ServerTestBase<testing::TestWithParam<HandlerCase>>
 {
 protected:
     CallResult call(int op) { return call(op, GetParam().above); }
@@ -32,20 +32,7 @@ protected:
         above.at(above.size() - static_cast<std::size_t>(level)).content = element;
         return above;
     }
-
-    // An operation that makes this handler send a line.
-    static int sending_op() { return GetParam().decoding == Decoding::filter_container ? XMLDIFF_REM : XMLDIFF_ADD; }
-
-    static const Line& sent_line()
-    {
-        return GetParam().decoding == Decoding::filter_container ? GetParam().undo_line : GetParam().set_line;
-    }
 };
-
-std::string operation_line(const Line& line)
-{
-    return "[IPS]Operation: " + line.line + " \r\n";
-}
 
 void expect_committed(const CallResult& r, const Lines& lines, unsigned operation)
 {
@@ -60,17 +47,15 @@ void expect_committed(const CallResult& r, const Lines& lines, unsigned operatio
     EXPECT_EQ(r.cmd_oper, static_cast<int>(operation));
 }
 
-void expect_outcome(const CallResult& r, Outcome outcome, const HandlerCase& test)
+void expect_outcome(const CallResult& r, Outcome outcome, int op, const HandlerCase& test)
 {
     switch (outcome) {
     case Outcome::set:
-        expect_committed(r, {test.set_line}, 0);
+    case Outcome::unknown:
+        expect_committed(r, test.lines(outcome, op), 0);
         break;
     case Outcome::undo:
-        expect_committed(r, {test.undo_line}, 1);
-        break;
-    case Outcome::unknown:
-        expect_committed(r, {}, 0);
+        expect_committed(r, test.lines(outcome, op), 1);
         break;
     case Outcome::quiet:
         EXPECT_TRUE(r.quiet());
@@ -78,46 +63,41 @@ void expect_outcome(const CallResult& r, Outcome outcome, const HandlerCase& tes
         break;
     case Outcome::refused:
         EXPECT_EQ(r.result, 1);
-        EXPECT_EQ(r.errors, (ClientErrors{{NC_ERR_OP_FAILED, "The node could not support the operation(rem)."}}));
+        EXPECT_EQ(r.errors, ClientErrors{test.refusal.value()});
         EXPECT_EQ(r.lines, Lines{});
         EXPECT_TRUE(r.commits.empty());
         break;
     }
 }
 
-std::string outcome_line(Outcome outcome, const HandlerCase& test, int op)
+std::string outcome_text(Outcome outcome, int op, const HandlerCase& test)
 {
-    switch (outcome) {
-    case Outcome::set:
-        return operation_line(test.set_line);
-    case Outcome::undo:
-        return operation_line(test.undo_line);
-    case Outcome::unknown:
-        return "[IPS]ERROR: Unknown op(" + std::to_string(op) + ").\r\n\r\n";
-    case Outcome::quiet:
-        return test.quiet_message;
-    case Outcome::refused:
-        return error_line("The node could not support the operation(rem).");
-    }
-    return "?";
+    if (outcome == Outcome::quiet)
+        return test.quiet_message + (test.quiet_names_op ? std::to_string(op) + ").\r\n\r\n" : "");
+    if (outcome == Outcome::refused)
+        return error_line(test.refusal.value().message.value());
+    std::string text = outcome == Outcome::unknown ? test.unknown_start + std::to_string(op) + ").\r\n\r\n" : "";
+    for (const Line& line : test.lines(outcome, op))
+        text += (line == test.undo_line ? test.undo_start : "[IPS]Operation: ") + line.line + " \r\n";
+    return text;
 }
 
-TEST_P(ProfileHandler, ActsOnEachOperationAsPromised)
+TEST_P(AnyHandler, ActsOnEachOperationAsPromised)
 {
     for (const OpCase& op_case : op_cases()) {
         for (const DebugSetting setting : all_debug_settings) {
             SCOPED_TRACE(op_text(op_case.op));
             const DebugSwitches switches(setting);
-            const Outcome outcome = op_case.outcome(GetParam().decoding);
+            const Outcome outcome = GetParam().outcome(op_case);
             const CallResult r = call(op_case.op);
-            expect_outcome(r, outcome, GetParam());
+            expect_outcome(r, outcome, op_case.op, GetParam());
             EXPECT_EQ(r.output, opening_lines(GetParam(), op_case.op, setting) +
-                                    (setting.messages ? outcome_line(outcome, GetParam(), op_case.op) : ""));
+                                    (setting.messages ? outcome_text(outcome, op_case.op, GetParam()) : ""));
         }
     }
 }
 
-TEST_P(ProfileHandler, IsQuietWhileAGuardedAncestorGoes)
+TEST_P(AnyHandler, IsQuietWhileAGuardedAncestorGoes)
 {
     for (const int level : GetParam().guards) {
         for (const char* ancestor_op : {"REM", "REM|CHAIN", "REM|ROLLBACK"}) {
@@ -135,46 +115,48 @@ TEST_P(ProfileHandler, IsQuietWhileAGuardedAncestorGoes)
     }
 }
 
-TEST_P(ProfileHandler, ActsWhileAnUnguardedAncestorGoes)
+TEST_P(AnyHandler, ActsWhileAnUnguardedAncestorGoes)
 {
     const auto& guards = GetParam().guards;
     for (int level = 1; level <= static_cast<int>(GetParam().above.size()); ++level) {
         if (std::ranges::find(guards, level) != guards.end())
             continue;
         SCOPED_TRACE(level);
-        EXPECT_EQ(call(sending_op(), with_op(GetParam().above, level, "REM")).lines, Lines{sent_line()});
+        EXPECT_EQ(call(GetParam().sending_op(), with_op(GetParam().above, level, "REM")).lines,
+                  GetParam().sent_lines());
     }
 }
 
-TEST_P(ProfileHandler, ActsWhileAnAncestorIsOnlyCreatedOrChanged)
+TEST_P(AnyHandler, ActsWhileAnAncestorIsOnlyCreatedOrChanged)
 {
     for (const int level : GetParam().guards) {
         for (const char* ancestor_op : {"ADD", "CHAIN", "ADD|CHAIN", "MOD", "ADD|ROLLBACK", "SIBLING|REORDER"}) {
             SCOPED_TRACE(std::to_string(level) + ' ' + ancestor_op);
-            EXPECT_EQ(call(sending_op(), with_op(GetParam().above, level, ancestor_op)).lines, Lines{sent_line()});
+            EXPECT_EQ(call(GetParam().sending_op(), with_op(GetParam().above, level, ancestor_op)).lines,
+                      GetParam().sent_lines());
         }
     }
 }
 
-TEST_P(ProfileHandler, AsksForItsGuardedAncestorsAndNoOthers)
+TEST_P(AnyHandler, AsksForItsGuardedAncestorsAndNoOthers)
 {
-    const std::vector<int> asked = call(sending_op()).ancestor_lookups;
+    const std::vector<int> asked = call(GetParam().sending_op()).ancestor_lookups;
     EXPECT_EQ(std::set<int>(asked.begin(), asked.end()),
               std::set<int>(GetParam().guards.begin(), GetParam().guards.end()));
 }
 
 // The guard comes before everything that can fail.
-TEST_P(ProfileHandler, IsQuietBelowARemovedAncestorWithoutANameToo)
+TEST_P(AnyHandler, IsQuietBelowARemovedAncestorWithoutANameToo)
 {
     const Steps nameless = with_name(GetParam().above, GetParam().vsys_level, "");
     EXPECT_TRUE(call(XMLDIFF_REM, with_op(nameless, GetParam().guards.back(), "REM")).quiet());
 }
 
-TEST_P(ProfileHandler, ReturnsTheResultOfAFailedCommit)
+TEST_P(AnyHandler, ReturnsTheResultOfAFailedCommit)
 {
     server.commit_result = 77;
     for (const OpCase& op_case : op_cases()) {
-        const Outcome outcome = op_case.outcome(GetParam().decoding);
+        const Outcome outcome = GetParam().outcome(op_case);
         if (outcome == Outcome::quiet || outcome == Outcome::refused)
             continue;
         for (const DebugSetting setting : all_debug_settings) {
@@ -184,27 +166,28 @@ TEST_P(ProfileHandler, ReturnsTheResultOfAFailedCommit)
             EXPECT_EQ(r.result, 77);
             EXPECT_EQ(r.commits.size(), 1U);
             EXPECT_EQ(r.errors, ClientErrors{}) << "the server reports a failed commit itself";
-            EXPECT_EQ(r.output, opening_lines(GetParam(), op_case.op, setting) +
-                                    (setting.messages ? outcome_line(outcome, GetParam(), op_case.op) +
-                                                            error_line(GetParam().commit_failure)
-                                                      : ""));
+            EXPECT_EQ(r.output,
+                      opening_lines(GetParam(), op_case.op, setting) +
+                          (setting.messages ? outcome_text(outcome, op_case.op, GetParam()) + GetParam().failure_start +
+                                                  GetParam().commit_failure + "\r\n\r\n"
+                                            : ""));
         }
     }
 }
 
-TEST_P(ProfileHandler, GoesOnWhenALineCouldNotBeCached)
+TEST_P(AnyHandler, GoesOnWhenALineCouldNotBeCached)
 {
     server.cache_result = 1;
-    const CallResult r = call(sending_op());
+    const CallResult r = call(GetParam().sending_op());
     EXPECT_EQ(r.result, 0);
     EXPECT_EQ(r.commits.size(), 1U);
 }
 
-TEST_P(ProfileHandler, AnswersTheSameWhenCalledAgain)
+TEST_P(AnyHandler, AnswersTheSameWhenCalledAgain)
 {
     for (const OpCase& op_case : op_cases())
         call(op_case.op);
-    EXPECT_EQ(call(sending_op()).lines, Lines{sent_line()});
+    EXPECT_EQ(call(GetParam().sending_op()).lines, GetParam().sent_lines());
 }
 
 // -------------------------------------------------------------------------------------------------------- the names --
@@ -216,7 +199,7 @@ struct NameFault {
     std::string before{}; // debug lines of the checks that ran before
 };
 
-class ProfileHandlerNames : public ProfileHandler
+class HandlerNames : public AnyHandler
 {
 protected:
     void expect_refused(int level, const NameFault& fault, const std::string& debug)
@@ -245,9 +228,7 @@ protected:
     void SetUp() override { server.fail_result = 42; }
 };
 
-const std::string question_mark = "[IPS]ERROR: '?' is in the current value.\r\n\r\n";
-
-TEST_P(ProfileHandlerNames, VsysNameThatCannotBeReadIsRefused)
+TEST_P(HandlerNames, VsysNameThatCannotBeReadIsRefused)
 {
     for (const std::string& element :
          {std::string(), std::string("<name/>"), std::string("<name text=''/>"), leaf("name", std::string(128, 'v'))}) {
@@ -261,7 +242,7 @@ TEST_P(ProfileHandlerNames, VsysNameThatCannotBeReadIsRefused)
     }
 }
 
-TEST_P(ProfileHandlerNames, NamesAreJudgedWhereAProfileIsResolved)
+TEST_P(HandlerNames, NamesAreJudgedWhereAProfileIsResolved)
 {
     if (GetParam().profile_level == 0) {
         const Steps blank = with_name(GetParam().above, GetParam().vsys_level, leaf("name", "a ?"));
@@ -282,30 +263,34 @@ TEST_P(ProfileHandlerNames, NamesAreJudgedWhereAProfileIsResolved)
         expect_refused(GetParam().vsys_level, fault, error_line(fault.message) + resolver_trace());
 }
 
-TEST_P(ProfileHandlerNames, VsysNameOf127CharactersIsWhole)
+TEST_P(HandlerNames, VsysNameOf127CharactersIsWhole)
 {
     const std::string longest(127, 'v');
-    const CallResult r = call(sending_op(), with_name(GetParam().above, GetParam().vsys_level, leaf("name", longest)));
-    ASSERT_EQ(r.lines.size(), 1U);
-    if (GetParam().vsys_level == 1) {
-        EXPECT_EQ(r.lines[0].view, "vsys-" + longest);
-        EXPECT_EQ(r.lines[0].vsys, "public");
-    } else {
-        EXPECT_EQ(r.lines[0].vsys, longest);
+    const HandlerCase& test = GetParam();
+    Lines promised = test.sent_lines();
+    for (Line& line : promised) {
+        if (test.vsys_level == 1)
+            line.view = "vsys-" + longest;
+        else
+            line.vsys = longest;
     }
+    EXPECT_EQ(call(test.sending_op(), with_name(test.above, test.vsys_level, leaf("name", longest))).lines, promised);
 }
 
-class ProfileView : public ProfileHandler
+class ProfileView : public AnyHandler
 {
 };
 
+// What stands behind the name in a longer view is cut with it.
 TEST_P(ProfileView, HoldsTheProfileNameWholeUpTo115Characters)
 {
+    const HandlerCase& test = GetParam();
+    Lines promised = test.sent_lines();
+    for (Line& line : promised)
+        line.view = "profile-ips-" + std::string(115, 'p');
     for (const std::size_t length : {115U, 116U, 127U}) {
-        const CallResult r = call(sending_op(), with_name(GetParam().above, GetParam().profile_level,
-                                                          leaf("name", std::string(length, 'p'))));
-        ASSERT_EQ(r.lines.size(), 1U);
-        EXPECT_EQ(r.lines[0].view, "profile-ips-" + std::string(115, 'p'));
+        const std::string name = leaf("name", std::string(length, 'p'));
+        EXPECT_EQ(call(test.sending_op(), with_name(test.above, test.profile_level, name)).lines, promised);
     }
 }
 
@@ -314,8 +299,8 @@ std::string handler_name(const testing::TestParamInfo<HandlerCase>& test)
     return test.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ProfileHandler, testing::ValuesIn(handler_cases()), handler_name);
-INSTANTIATE_TEST_SUITE_P(All, ProfileHandlerNames, testing::ValuesIn(handler_cases()), handler_name);
+INSTANTIATE_TEST_SUITE_P(All, AnyHandler, testing::ValuesIn(handler_cases()), handler_name);
+INSTANTIATE_TEST_SUITE_P(All, HandlerNames, testing::ValuesIn(handler_cases()), handler_name);
 
 std::vector<HandlerCase> cases_below_a_profile()
 {

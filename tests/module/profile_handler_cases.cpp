@@ -1,7 +1,6 @@
-// What the handlers of profiles are promised to do.
-#include "module/profile_handler_case.h"
-
-#include <stdexcept>
+// What the handlers of a virtual system's switch, its exception domain names, profiles and their leaves are promised
+// to do.
+#include "module/handler_case.h"
 
 #include "quorin-intrusion-prevention-core/handlers/handlers.h"
 
@@ -12,7 +11,6 @@ namespace
 {
 
 const std::string vsys_message = "[IPS]SUCCESS: The vsys operation is delete.\r\n";
-const std::string parent_message = "[IPS]SUCCESS: The parent operation is deleted.\r\n";
 
 Line profile_line(const char* line)
 {
@@ -64,7 +62,7 @@ std::vector<HandlerCase> vsys_cases()
          .vsys_level = 2},
         {.name = "IPS_UD_Profile",
          .handler = IPS_UD_Profile,
-         .decoding = Decoding::profile_entry,
+         .decoding = Decoding::undo_first,
          .above = in_vsys("branch") / Step{"profiles"},
          .node = "<profile>\n <name>webguard</name> <description>text</description></profile>",
          .xpath = "//profile",
@@ -75,6 +73,7 @@ std::vector<HandlerCase> vsys_cases()
          .guard_message = vsys_message,
          .vsys_level = 2,
          .banner = true,
+         .quiet_ops = XMLDIFF_CHAIN | XMLDIFF_REORDER,
          .quiet_message = "[IPS]SUCCESS: The operation is CHAIN.\r\n\r\n"},
     };
 }
@@ -132,7 +131,7 @@ std::vector<HandlerCase> filter_cases()
     return {
         {.name = "IPS_UD_ProfileCNC",
          .handler = IPS_UD_ProfileCNC,
-         .decoding = Decoding::filter_container,
+         .decoding = Decoding::container,
          .above = in_profile("branch", "webguard"),
          .node = "<command-and-control-domain-filter/>",
          .xpath = "//command-and-control-domain-filter",
@@ -159,7 +158,7 @@ std::vector<HandlerCase> filter_cases()
          .profile_level = 2},
         {.name = "IPS_UD_ProfileCNC_Action",
          .handler = IPS_UD_ProfileCNC_Action,
-         .decoding = Decoding::filter_action,
+         .decoding = Decoding::removal_refused,
          .above = in_filter(leaf("domain-filter-enable", "true")),
          .node = leaf("action", "block"),
          .xpath = "//action",
@@ -169,111 +168,19 @@ std::vector<HandlerCase> filter_cases()
          .guards = {1, 2, 4},
          .guard_message = parent_message,
          .vsys_level = 4,
-         .profile_level = 2},
+         .profile_level = 2,
+         .refusal = ClientError{NC_ERR_OP_FAILED, "The node could not support the operation(rem)."}},
     };
 }
 
 } // namespace
 
-const std::vector<HandlerCase>& handler_cases()
+std::vector<HandlerCase> profile_handler_cases()
 {
-    static const std::vector<HandlerCase> cases = [] {
-        std::vector<HandlerCase> all = vsys_cases();
-        for (const auto& more : {leaf_cases(), filter_cases()})
-            all.insert(all.end(), more.begin(), more.end());
-        return all;
-    }();
-    return cases;
-}
-
-const HandlerCase& handler_case(const std::string& name)
-{
-    for (const HandlerCase& test : handler_cases()) {
-        if (name == test.name)
-            return test;
-    }
-    throw std::invalid_argument("no handler is called " + name);
-}
-
-const std::vector<OpCase>& op_cases()
-{
-    using enum Outcome;
-    constexpr Outcome nothing = unknown;
-    // clang-format off
-    static const std::vector<OpCase> cases = {
-        //                                               undo first, set first, profile, container, action
-        {XMLDIFF_ADD,                                       set,     set,     set,     quiet,   set},
-        {XMLDIFF_ADD | XMLDIFF_CHAIN,                       set,     set,     set,     quiet,   set},
-        {XMLDIFF_MOD,                                       set,     set,     set,     quiet,   set},
-        {XMLDIFF_CHAIN | XMLDIFF_MOD,                       set,     set,     set,     quiet,   set},
-        {XMLDIFF_MOD | XMLDIFF_ROLLBACK,                    set,     set,     set,     quiet,   set},
-        {XMLDIFF_ADD | XMLDIFF_CFGR,                        set,     set,     set,     quiet,   set},
-        {XMLDIFF_CFGR,                                      set,     set,     set,     nothing, set},
-        {XMLDIFF_CFGR | XMLDIFF_CHAIN,                      set,     set,     set,     quiet,   set},
-        {XMLDIFF_REM | XMLDIFF_ROLLBACK,                    set,     set,     set,     nothing, set},
-        {XMLDIFF_REM | XMLDIFF_ROLLBACK | XMLDIFF_CHAIN,    set,     set,     set,     quiet,   set},
-
-        {XMLDIFF_REM,                                       undo,    undo,    undo,    undo,    refused},
-        {XMLDIFF_REM | XMLDIFF_CHAIN,                       undo,    undo,    undo,    undo,    refused},
-        {XMLDIFF_ADD | XMLDIFF_ROLLBACK,                    undo,    undo,    undo,    undo,    nothing},
-        {XMLDIFF_ADD | XMLDIFF_ROLLBACK | XMLDIFF_CHAIN,    undo,    undo,    undo,    undo,    nothing},
-
-        // both tests hold
-        {XMLDIFF_ADD | XMLDIFF_REM,                         undo,    set,     undo,    undo,    refused},
-        {XMLDIFF_REM | XMLDIFF_MOD,                         undo,    set,     undo,    undo,    refused},
-        {XMLDIFF_REM | XMLDIFF_CFGR,                        undo,    set,     undo,    undo,    refused},
-        {XMLDIFF_ADD | XMLDIFF_ROLLBACK | XMLDIFF_CFGR,     undo,    set,     undo,    undo,    set},
-        {XMLDIFF_ADD | XMLDIFF_ROLLBACK | XMLDIFF_MOD,      undo,    set,     undo,    undo,    set},
-        {XMLDIFF_ADD | XMLDIFF_REM | XMLDIFF_ROLLBACK,      undo,    set,     undo,    undo,    set},
-        {XMLDIFF_ERR,                                       undo,    set,     undo,    undo,    set},
-
-        // neither does
-        {XMLDIFF_NONE,                                      nothing, nothing, nothing, nothing, nothing},
-        {XMLDIFF_CHAIN,                                     nothing, nothing, quiet,   quiet,   nothing},
-        {XMLDIFF_REORDER,                                   nothing, nothing, quiet,   nothing, nothing},
-        {XMLDIFF_CHAIN | XMLDIFF_REORDER,                   nothing, nothing, quiet,   quiet,   nothing},
-        {XMLDIFF_SIBLING,                                   nothing, nothing, nothing, nothing, nothing},
-        {XMLDIFF_SIBLING | XMLDIFF_CHAIN,                   nothing, nothing, quiet,   quiet,   nothing},
-        {XMLDIFF_ROLLBACK,                                  nothing, nothing, nothing, nothing, nothing},
-        {XMLDIFF_ROLLBACK | XMLDIFF_CHAIN,                  nothing, nothing, quiet,   quiet,   nothing},
-        {64,                                                nothing, nothing, nothing, nothing, nothing},
-        {64 | XMLDIFF_CHAIN,                                nothing, nothing, quiet,   quiet,   nothing},
-    };
-    // clang-format on
-    return cases;
-}
-
-Outcome OpCase::outcome(Decoding decoding) const
-{
-    switch (decoding) {
-    case Decoding::undo_first:
-        return undo_first;
-    case Decoding::set_first:
-        return set_first;
-    case Decoding::profile_entry:
-        return profile_entry;
-    case Decoding::filter_container:
-        return filter_container;
-    case Decoding::filter_action:
-        return filter_action;
-    }
-    throw std::invalid_argument("no such decoding");
-}
-
-std::string opening_lines(const HandlerCase& test, int op, DebugSetting setting)
-{
-    std::string lines;
-    if (setting.messages && test.banner)
-        lines += "[IPS]-------Current version is 2017053101 -----------\r\n";
-    if (setting.traces)
-        lines += "[IPS]Current Function is " + std::string(test.name) + " , current line is #, current op is " +
-                 std::to_string(op) + "\r\n";
-    return lines;
-}
-
-std::string error_line(const std::string& text)
-{
-    return "[IPS]ERROR: " + text + "\r\n\r\n";
+    std::vector<HandlerCase> all = vsys_cases();
+    for (const auto& more : {leaf_cases(), filter_cases()})
+        all.insert(all.end(), more.begin(), more.end());
+    return all;
 }
 
 } // namespace qnips::test

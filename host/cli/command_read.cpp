@@ -1,0 +1,71 @@
+// `qn-ips get-config` and `qn-ips get-state`: what the module reads from a command platform that answers from a file.
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/command.h"
+#include "platform/file_platform.h"
+#include "server/module_loader.h"
+#include "server/module_reads.h"
+#include "server/rpc_error.h"
+
+namespace qnips::cli
+{
+
+namespace
+{
+
+struct ReadOptions {
+    std::filesystem::path answer;
+    std::optional<std::string> product;
+};
+
+using Read = std::string (*)(const PluginModule& module, CommandPlatform& platform);
+
+ExitCode run(const GlobalOptions& global, const ReadOptions& options, const FilePlatform::Answers& answers, Read read)
+{
+    const PluginModule module(global.module);
+    const ProductName product(options.product);
+    FilePlatform platform(answers);
+    std::string text = read(module, platform);
+    if (!text.empty() && text.back() != '\n')
+        text += '\n';
+    fmt::print("{}", text);
+    return exit_ok;
+}
+
+std::shared_ptr<ReadOptions> add_options(CLI::App& command)
+{
+    auto options = std::make_shared<ReadOptions>();
+    command.add_option("ANSWER.xml", options->answer, "What the command platform answers; an empty file: nothing")
+        ->required()
+        ->check(CLI::ExistingFile);
+    command.add_option("--product", options->product, "The device's product name; small models have no IPS")
+        ->type_name("NAME");
+    return options;
+}
+
+} // namespace
+
+Command add_get_config_command(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* command = app.add_subcommand("get-config", "Read the configuration through the module");
+    const auto read = add_options(*command);
+    return {command, [&options, read] {
+                return run(options, *read, {.configuration = read->answer, .state = std::nullopt}, read_configuration);
+            }};
+}
+
+Command add_get_state_command(CLI::App& app, const GlobalOptions& options)
+{
+    CLI::App* command = app.add_subcommand("get-state", "Read the state through the module");
+    const auto read = add_options(*command);
+    return {command, [&options, read] {
+                return run(options, *read, {.configuration = std::nullopt, .state = read->answer}, read_state);
+            }};
+}
+
+} // namespace qnips::cli
