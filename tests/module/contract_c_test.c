@@ -33,7 +33,7 @@ static const struct contract_size sizes[] = {
     {"struct clbk", sizeof(struct clbk), 32},
     {"struct transapi_data_callbacks.callbacks", offsetof(struct transapi_data_callbacks, callbacks), 16},
     {"struct ns_pair", sizeof(struct ns_pair), 16},
-    {"struct ncds_custom_funcs", sizeof(struct ncds_custom_funcs), 11 * sizeof(void *)},
+    {"struct ncds_custom_funcs", sizeof(struct ncds_custom_funcs), 11 * sizeof(void*)},
 };
 
 static const struct contract_value values[] = {
@@ -107,20 +107,20 @@ static const struct contract_value values[] = {
     {"NC_ERR_COMMAND_EXECUTE", NC_ERR_COMMAND_EXECUTE, 24},
 };
 
-const struct contract_size *contract_sizes(size_t *count)
+const struct contract_size* contract_sizes(size_t* count)
 {
     *count = sizeof(sizes) / sizeof(sizes[0]);
     return sizes;
 }
 
-const struct contract_value *contract_values(size_t *count)
+const struct contract_value* contract_values(size_t* count)
 {
     *count = sizeof(values) / sizeof(values[0]);
     return values;
 }
 
 /* A module's callback, written in C. */
-int contract_callback_in_c(void **data, XMLDIFF_OP op, xmlNodePtr node, struct nc_err **error)
+int contract_callback_in_c(void** data, XMLDIFF_OP op, xmlNodePtr node, struct nc_err** error)
 {
     const transapi_callback self = contract_callback_in_c;
     const struct clbk row = {NULL, self, 1, NULL};
