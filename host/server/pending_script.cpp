@@ -1,6 +1,9 @@
 #include "server/pending_script.h"
 
+#include <exception>
 #include <utility>
+
+#include "transapi/netconf_error.h"
 
 namespace qnips
 {
@@ -8,8 +11,13 @@ namespace qnips
 PendingScript::Commit PendingScript::commit(CommandPlatform& platform, int operation)
 {
     Commit commit{std::exchange(lines_, {}), operation, std::nullopt};
-    if (!commit.lines.empty())
+    if (commit.lines.empty())
+        return commit;
+    try {
         commit.error = platform.execute(commit.lines, operation);
+    } catch (const std::exception& error) {
+        commit.error = PlatformError{NC_ERR_OP_FAILED, error.what(), std::nullopt};
+    }
     return commit;
 }
 

@@ -15,7 +15,7 @@ public:
     void cache(CommandLine line) { lines_.push_back(std::move(line)); }
 
     // Executes the lines on the platform as one unit and forgets them, whatever the outcome. Without lines the platform
-    // is not asked and the result is success.
+    // is not asked and the result is success. What the platform throws is an error like one that it returns.
     struct Commit {
         std::vector<CommandLine> lines;
         int operation = 0; // API_CMD_OPERATION

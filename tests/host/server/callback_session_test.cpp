@@ -229,7 +229,7 @@ public:
     PlatformAnswer first_signature_set(std::string_view, std::string_view) override { return PlatformAnswer::none(); }
 };
 
-TEST_F(Services, NoExceptionOfThePlatformGoesThroughTheModule)
+TEST_F(Services, ExceptionOfThePlatformBecomesAnErrorForTheClient)
 {
     BrokenPlatform broken;
     CallbackSession session(broken);
@@ -238,8 +238,9 @@ TEST_F(Services, NoExceptionOfThePlatformGoesThroughTheModule)
             cache_line("one");
             return commit(API_CMD_ADD, error);
         });
-    EXPECT_NE(record.result, 0);
+    EXPECT_EQ(record.result, NC_ERR_OP_FAILED);
     EXPECT_THAT(record.scripts, IsEmpty());
+    EXPECT_THAT(record.errors, ElementsAre(ReportedError{NC_ERR_OP_FAILED, "connection lost"}));
 }
 
 // ---------------------------------------------------------------------------------------------------- covered --
