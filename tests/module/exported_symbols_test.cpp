@@ -119,7 +119,8 @@ struct Symbol {
 bool from_instrumentation(const std::string& name)
 {
     static const std::regex runtime("^__(odr_asan|asan|ubsan|tsan|lsan|sanitizer|sancov|gcov|start___|stop___).*|"
-                                    "^llvm_gcov.*");
+                                    "^llvm_gcov.*|"
+                                    "^mangle_path"); // of GCC's coverage runtime
     return std::regex_match(name, runtime);
 }
 
