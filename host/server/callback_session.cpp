@@ -37,6 +37,16 @@ bool has_child(const xmlNode* parent, std::string_view name)
     return false;
 }
 
+// Whether the phase's document shows the node: what comes is not there yet when things go, and what goes is not there
+// any more when things come. A handler that were told of both would take a choice that changes its case for one that is
+// given twice.
+bool exists(const Change& change, Phase phase)
+{
+    if (change.replaced)
+        return change.op(phase) != XMLDIFF_NONE;
+    return !change.is(phase == Phase::removal ? XMLDIFF_ADD : XMLDIFF_REM);
+}
+
 } // namespace
 
 CallbackSession::CallbackSession(CommandPlatform& platform) : platform_(platform)
@@ -139,11 +149,8 @@ unsigned CallbackSession::child_op(int level, std::string_view name) const
         return static_cast<unsigned>(XMLDIFF_ERR);
 
     for (const Change* child : parent->children) {
-        if (schema_name(child->schema) != name)
-            continue;
-        // Inside what is replaced a node without an operation belongs to the other phase only.
-        const unsigned op = child->op(phase_);
-        return op == XMLDIFF_NONE && child->replaced ? static_cast<unsigned>(XMLDIFF_ERR) : op;
+        if (schema_name(child->schema) == name && exists(*child, phase_))
+            return child->op(phase_);
     }
     const xmlNode* element = ancestor(node_, level);
     if (element != nullptr && has_child(element, name))

@@ -21,6 +21,7 @@ enum class Decoding {
     container,       // undo, or quiet: what stands in it speaks for itself
     removal_refused, // the plain removal is refused first, and there is no undo
     change_only,     // the plain removal is refused, a modification is set, and all else is quiet
+    change_of_entry, // the plain removal is refused, an addition is quiet, and a modification is set
 };
 
 // What a call comes to.
@@ -34,6 +35,7 @@ struct OpCase {
     Outcome container;
     Outcome removal_refused;
     Outcome change_only;
+    Outcome change_of_entry;
 };
 const std::vector<OpCase>& op_cases();
 
@@ -61,6 +63,22 @@ struct HandlerCase {
     bool quiet_names_op = false;                           // the debug line of a quiet outcome ends in the operation
     std::string failure_start = "[IPS]ERROR: ";            // of the debug line of a failed commit
     std::string undo_start = "[IPS]Operation: ";           // of the debug line of a line that undoes
+    FlagHandler flag_handler = nullptr;                    // in place of `handler`
+    int set_ops = 0;                      // one of these bits makes an operation a set that would be unknown
+    unsigned undo_operation = 1;          // of the commit of an undo
+    std::optional<Line> after_undo{};     // behind the line that undoes
+    std::optional<Line> going_set{};      // in place of the line that sets when the operation is one that undoes, too
+    std::string failure_end = "\r\n\r\n"; // of the debug line of a failed commit
+    std::vector<int> watched{};           // levels it asks for that do not cover the node
+    int signature_level = 0;              // where a user-defined signature's id is read; 0: not
+    int rule_level = 0;                   // where a rule's name is read; 0: not
+    std::string nature{};                 // what associated-enable has to be there; empty: of no matter
+    std::size_t view_limit = 127;         // of characters in a rule's view
+    // The debug lines of the checks before the others; null: none.
+    std::string (*checks_output)(Outcome outcome, int op) = nullptr;
+
+    // Calls the handler for the node in an edit that differs from the usual one.
+    CallResult call(RecordingServer& server, int op, const std::string& xml, int is_delete = 0) const;
 
     [[nodiscard]] Outcome outcome(const OpCase& op_case) const;
 
@@ -80,6 +98,12 @@ std::vector<HandlerCase> profile_handler_cases();
 std::vector<HandlerCase> signature_set_handler_cases();
 std::vector<HandlerCase> exception_signature_handler_cases();
 std::vector<HandlerCase> protocol_control_handler_cases();
+std::vector<HandlerCase> associated_rule_handler_cases();
+std::vector<HandlerCase> predefined_signature_handler_cases();
+std::vector<HandlerCase> global_setting_handler_cases();
+std::vector<HandlerCase> signature_handler_cases();
+std::vector<HandlerCase> signature_rule_handler_cases();
+std::vector<HandlerCase> basic_condition_handler_cases();
 
 // Throws std::invalid_argument when no case is of that handler.
 const HandlerCase& handler_case(const std::string& name);

@@ -21,7 +21,7 @@ protected:
     CallResult call(int op, const Steps& above)
     {
         const HandlerCase& test = GetParam();
-        CallResult r = server.call(test.handler, op, nested(above, test.node), test.xpath);
+        CallResult r = test.call(server, op, nested(above, test.node));
         r.output = without_line_numbers(r.output);
         return r;
     }
@@ -55,7 +55,7 @@ void expect_outcome(const CallResult& r, Outcome outcome, int op, const HandlerC
         expect_committed(r, test.lines(outcome, op), 0);
         break;
     case Outcome::undo:
-        expect_committed(r, test.lines(outcome, op), 1);
+        expect_committed(r, test.lines(outcome, op), test.undo_operation);
         break;
     case Outcome::quiet:
         EXPECT_TRUE(r.quiet());
@@ -76,7 +76,9 @@ std::string outcome_text(Outcome outcome, int op, const HandlerCase& test)
         return test.quiet_message + (test.quiet_names_op ? std::to_string(op) + ").\r\n\r\n" : "");
     if (outcome == Outcome::refused)
         return error_line(test.refusal.value().message.value());
-    std::string text = outcome == Outcome::unknown ? test.unknown_start + std::to_string(op) + ").\r\n\r\n" : "";
+    std::string text = test.checks_output == nullptr ? "" : test.checks_output(outcome, op);
+    if (outcome == Outcome::unknown)
+        text += test.unknown_start + std::to_string(op) + ").\r\n\r\n";
     for (const Line& line : test.lines(outcome, op))
         text += (line == test.undo_line ? test.undo_start : "[IPS]Operation: ") + line.line + " \r\n";
     return text;
@@ -141,15 +143,9 @@ TEST_P(AnyHandler, ActsWhileAnAncestorIsOnlyCreatedOrChanged)
 TEST_P(AnyHandler, AsksForItsGuardedAncestorsAndNoOthers)
 {
     const std::vector<int> asked = call(GetParam().sending_op()).ancestor_lookups;
-    EXPECT_EQ(std::set<int>(asked.begin(), asked.end()),
-              std::set<int>(GetParam().guards.begin(), GetParam().guards.end()));
-}
-
-// The guard comes before everything that can fail.
-TEST_P(AnyHandler, IsQuietBelowARemovedAncestorWithoutANameToo)
-{
-    const Steps nameless = with_name(GetParam().above, GetParam().vsys_level, "");
-    EXPECT_TRUE(call(XMLDIFF_REM, with_op(nameless, GetParam().guards.back(), "REM")).quiet());
+    std::set<int> promised(GetParam().guards.begin(), GetParam().guards.end());
+    promised.insert(GetParam().watched.begin(), GetParam().watched.end());
+    EXPECT_EQ(std::set<int>(asked.begin(), asked.end()), promised);
 }
 
 TEST_P(AnyHandler, ReturnsTheResultOfAFailedCommit)
@@ -169,7 +165,7 @@ TEST_P(AnyHandler, ReturnsTheResultOfAFailedCommit)
             EXPECT_EQ(r.output,
                       opening_lines(GetParam(), op_case.op, setting) +
                           (setting.messages ? outcome_text(outcome, op_case.op, GetParam()) + GetParam().failure_start +
-                                                  GetParam().commit_failure + "\r\n\r\n"
+                                                  GetParam().commit_failure + GetParam().failure_end
                                             : ""));
         }
     }
@@ -228,12 +224,20 @@ protected:
     void SetUp() override { server.fail_result = 42; }
 };
 
+// The guard comes before everything that can fail.
+TEST_P(HandlerNames, AreNotReadBelowARemovedAncestor)
+{
+    const Steps nameless = with_name(GetParam().above, GetParam().vsys_level, "");
+    for (const int level : GetParam().guards)
+        EXPECT_TRUE(call(XMLDIFF_REM, with_op(nameless, level, "REM")).quiet());
+}
+
 TEST_P(HandlerNames, VsysNameThatCannotBeReadIsRefused)
 {
     for (const std::string& element :
          {std::string(), std::string("<name/>"), std::string("<name text=''/>"), leaf("name", std::string(128, 'v'))}) {
         const NameFault fault{element, NC_ERR_MISSING_ELEM, "Get an error vsys name."};
-        if (GetParam().profile_level != 0)
+        if (GetParam().profile_level != 0 || GetParam().signature_level != 0)
             expect_refused(GetParam().vsys_level, fault, error_line(fault.message) + resolver_trace());
         else if (GetParam().vsys_level == 1)
             expect_refused(GetParam().vsys_level, fault, error_line(fault.message));
@@ -242,13 +246,22 @@ TEST_P(HandlerNames, VsysNameThatCannotBeReadIsRefused)
     }
 }
 
-TEST_P(HandlerNames, NamesAreJudgedWhereAProfileIsResolved)
+class VsysNames : public HandlerNames
 {
-    if (GetParam().profile_level == 0) {
-        const Steps blank = with_name(GetParam().above, GetParam().vsys_level, leaf("name", "a ?"));
-        EXPECT_EQ(call(XMLDIFF_ADD, blank).errors, ClientErrors{});
-        return;
-    }
+};
+
+TEST_P(VsysNames, AreTakenAsTheyAreWhereNothingElseIsResolved)
+{
+    const Steps blank = with_name(GetParam().above, GetParam().vsys_level, leaf("name", "a ?"));
+    EXPECT_EQ(call(XMLDIFF_ADD, blank).errors, ClientErrors{});
+}
+
+class ProfileNames : public HandlerNames
+{
+};
+
+TEST_P(ProfileNames, AreJudged)
+{
     const NameFault no_profile{"", NC_ERR_MISSING_ELEM, "Get an error profile name."};
     const NameFault long_profile{leaf("name", std::string(128, 'p')), NC_ERR_MISSING_ELEM,
                                  "Get an error profile name."};
@@ -261,6 +274,33 @@ TEST_P(HandlerNames, NamesAreJudgedWhereAProfileIsResolved)
         expect_refused(GetParam().profile_level, fault, error_line(fault.message) + resolver_trace());
     for (const NameFault& fault : {blank_vsys, marked_vsys})
         expect_refused(GetParam().vsys_level, fault, error_line(fault.message) + resolver_trace());
+}
+
+class SignatureNames : public HandlerNames
+{
+};
+
+// All with one code, also where a profile's names have another.
+TEST_P(SignatureNames, AreJudged)
+{
+    const NC_ERR code = NC_ERR_MISSING_ELEM;
+    const std::string unread = "Get an error signature-id.";
+    const std::string blank = "Invalid signature-id, because of spaces.";
+    const std::string out_of_range = "Invalid signature-id, because of range(<1-1024>).";
+    const std::string blank_vsys = "Invalid vsys-system name, because of spaces.";
+    for (const std::string& element : {std::string(), std::string("<id text=''/>"), leaf("id", std::string(64, '1'))})
+        expect_refused(GetParam().signature_level, {element, code, unread}, error_line(unread) + resolver_trace());
+    for (const NameFault& fault : {NameFault{leaf("id", "7 "), code, blank},
+                                   {leaf("id", "\t7"), code, blank},
+                                   {leaf("id", "7?"), code, blank, question_mark}})
+        expect_refused(GetParam().signature_level, fault, error_line(blank) + resolver_trace());
+    for (const char* id : {"0", "1025", "-1", "id"})
+        expect_refused(GetParam().signature_level,
+                       {leaf("id", id), code, out_of_range, "[IPS]ERROR: The signature id is wrong.\r\n\r\n"},
+                       error_line(out_of_range) + resolver_trace());
+    for (const NameFault& fault :
+         {NameFault{leaf("name", " v"), code, blank_vsys}, {leaf("name", "v?"), code, blank_vsys, question_mark}})
+        expect_refused(GetParam().vsys_level, fault, error_line(blank_vsys) + resolver_trace());
 }
 
 TEST_P(HandlerNames, VsysNameOf127CharactersIsWhole)
@@ -300,15 +340,30 @@ std::string handler_name(const testing::TestParamInfo<HandlerCase>& test)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AnyHandler, testing::ValuesIn(handler_cases()), handler_name);
-INSTANTIATE_TEST_SUITE_P(All, HandlerNames, testing::ValuesIn(handler_cases()), handler_name);
 
-std::vector<HandlerCase> cases_below_a_profile()
+// The cases in which a level is set.
+std::vector<HandlerCase> cases_with(int HandlerCase::*level)
 {
     std::vector<HandlerCase> cases = handler_cases();
-    std::erase_if(cases, [](const HandlerCase& test) { return test.profile_level == 0; });
+    std::erase_if(cases, [=](const HandlerCase& test) { return test.*level == 0; });
     return cases;
 }
 
-INSTANTIATE_TEST_SUITE_P(BelowAProfile, ProfileView, testing::ValuesIn(cases_below_a_profile()), handler_name);
+std::vector<HandlerCase> cases_with_vsys_only()
+{
+    std::vector<HandlerCase> cases = cases_with(&HandlerCase::vsys_level);
+    std::erase_if(cases, [](const HandlerCase& test) { return test.profile_level != 0 || test.signature_level != 0; });
+    return cases;
+}
+
+INSTANTIATE_TEST_SUITE_P(BelowAVsys, HandlerNames, testing::ValuesIn(cases_with(&HandlerCase::vsys_level)),
+                         handler_name);
+INSTANTIATE_TEST_SUITE_P(BelowAVsys, VsysNames, testing::ValuesIn(cases_with_vsys_only()), handler_name);
+INSTANTIATE_TEST_SUITE_P(BelowAProfile, ProfileNames, testing::ValuesIn(cases_with(&HandlerCase::profile_level)),
+                         handler_name);
+INSTANTIATE_TEST_SUITE_P(BelowAProfile, ProfileView, testing::ValuesIn(cases_with(&HandlerCase::profile_level)),
+                         handler_name);
+INSTANTIATE_TEST_SUITE_P(BelowASignature, SignatureNames, testing::ValuesIn(cases_with(&HandlerCase::signature_level)),
+                         handler_name);
 
 } // namespace

@@ -25,9 +25,12 @@ Lines promised_lines(const ValueCase& test)
 void expect_call(const CallResult& r, const ValueCase& test)
 {
     EXPECT_EQ(r.lines, promised_lines(test));
-    EXPECT_EQ(r.errors, test.message.empty() ? ClientErrors{} : (ClientErrors{{test.code, test.message}}));
+    ClientErrors errors = test.more_errors;
+    if (!test.message.empty())
+        errors.insert(errors.begin(), {test.code, test.message});
+    EXPECT_EQ(r.errors, errors);
     if (test.line.empty()) {
-        EXPECT_EQ(r.result, test.message.empty() ? 0 : 42);
+        EXPECT_EQ(r.result, test.message.empty() ? 0 : test.fail_result);
         EXPECT_TRUE(r.commits.empty());
         return;
     }
@@ -45,13 +48,13 @@ void expect_value(RecordingServer& server, const ValueCase& test)
     Steps above = handler.above;
     if (test.group != "another")
         above.back().content = test.group;
-    server.fail_result = 42;
+    server.fail_result = test.fail_result;
 
     for (const DebugSetting setting : all_debug_settings) {
         const DebugSwitches switches(setting);
-        const CallResult r = server.call(handler.handler, test.op, nested(above, test.node), handler.xpath);
+        const CallResult r = handler.call(server, test.op, nested(above, test.node), test.is_delete);
         expect_call(r, test);
-        const std::string output = test.output + (test.line.empty() ? "" : operation_line(test.line));
+        const std::string output = test.output + (test.line.empty() ? "" : test.line_start + test.line + " \r\n");
         EXPECT_EQ(without_line_numbers(r.output),
                   opening_lines(handler, test.op, setting) + (setting.messages ? output : ""));
     }

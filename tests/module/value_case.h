@@ -25,6 +25,10 @@ struct ValueCase {
     std::string message{};
     std::string output{};          // debug lines, the last excepted when it is the line's
     std::string group = "another"; // content of the container, when it differs from the usual one
+    ClientErrors more_errors{};    // behind the first
+    int fail_result = 42;          // what the server answers to an error
+    int is_delete = 0;
+    std::string line_start = "[IPS]Operation: "; // of the line's debug line
 
     friend void PrintTo(const ValueCase& test, std::ostream* out) { *out << test.handler << ' ' << test.name; }
 };

@@ -80,19 +80,38 @@ CallResult RecordingServer::enter(transapi_callback entry, int op, std::string_v
 CallResult RecordingServer::run(std::string_view xml, const std::string& xpath, const WithEnvironment& body)
 {
     const EditTree tree(xml);
-    API_ENV_S env{};
-    env.node = tree.find(xpath);
-    env.data = data();
-    env.error = error_slot();
-    env.module = API_MODULE_QN_IPS;
-    env.cmd_oper = API_CMD_MOD;
-    changed_ = env.node;
+    API_ENV_S env = enter_node(tree.find(xpath));
     changed_op_ = operation(changed_);
 
     CallResult made = finish([&] { return body(&env); });
     changed_ = nullptr;
     made.cmd_oper = env.cmd_oper;
     return made;
+}
+
+CallResult RecordingServer::call_at(xmlNode* node, int op, const WithEnvironment& body)
+{
+    API_ENV_S env = enter_node(node);
+    env.node_oper = op;
+    changed_op_ = op;
+    start_record();
+    const int result = body(&env);
+    changed_ = nullptr;
+    record_.result = result;
+    record_.cmd_oper = env.cmd_oper;
+    return std::exchange(record_, {});
+}
+
+API_ENV_S RecordingServer::enter_node(xmlNode* node)
+{
+    API_ENV_S env{};
+    env.node = node;
+    env.data = data();
+    env.error = error_slot();
+    env.module = API_MODULE_QN_IPS;
+    env.cmd_oper = API_CMD_MOD;
+    changed_ = node;
+    return env;
 }
 
 CallResult RecordingServer::run(const std::function<int()>& body)
@@ -102,13 +121,18 @@ CallResult RecordingServer::run(const std::function<int()>& body)
 
 CallResult RecordingServer::finish(const std::function<int()>& body)
 {
-    record_ = {};
-    committed_lines_ = 0;
+    start_record();
     int result = 0;
     std::string output = captured_output([&] { result = body(); });
     record_.result = result;
     record_.output = std::move(output);
     return std::exchange(record_, {});
+}
+
+void RecordingServer::start_record()
+{
+    record_ = {};
+    committed_lines_ = 0;
 }
 
 // ----------------------------------------------------------------------------------------------------- services --

@@ -51,6 +51,10 @@ public:
     // Runs `body` in a callback's environment: for checks and builders, which take it alone.
     CallResult run(std::string_view xml, const std::string& xpath, const WithEnvironment& body);
 
+    // Runs `body` with the operation for an element of a tree that stands already, and does not look at standard
+    // output: for very many calls.
+    CallResult call_at(xmlNode* node, int op, const WithEnvironment& body);
+
     // Runs `body` outside any callback: for the reads.
     CallResult run(const std::function<int()>& body);
 
@@ -96,7 +100,9 @@ public:
     void misuse(const std::string& what) { misuses_.push_back(what); }
 
 private:
+    API_ENV_S enter_node(xmlNode* node);
     CallResult finish(const std::function<int()>& body);
+    void start_record();
     int commit(const msg_dp_zell_head_t& header, unsigned operation, msg_to_dp_t** reply, const void* extra);
     int answer(const msg_dp_zell_head_t& header, unsigned operation, msg_to_dp_t** reply, const void* extra,
                bool has_error_slot);

@@ -113,6 +113,49 @@ TEST_F(Services, HandlersOperationIsTheServersOperation)
         EXPECT_EQ(transapi_transform_op(static_cast<XMLDIFF_OP>(op)), op);
 }
 
+// Both choices of a rule change their case.
+class ChoiceServices : public Services
+{
+protected:
+    static std::string rule(const std::string& content)
+    {
+        return branch("<user-defined-signatures><signature><id>7</id>"
+                      "<associated-enable>false</associated-enable><signature-rule-information><protocol-rules>"
+                      "<protocol>HTTP</protocol><rules><signature-rule><name>r</name>" +
+                      content +
+                      "</signature-rule></rules></protocol-rules></signature-rule-information></signature>"
+                      "</user-defined-signatures>");
+    }
+
+    ChoiceServices()
+        : Services(rule("<source-ip-range><start-ip>10.0.0.1</start-ip><end-ip>10.0.0.9</end-ip></source-ip-range>"
+                        "<destination-ip>10.0.0.1</destination-ip>"),
+                   rule("<source-ip>10.0.0.1</source-ip><destination-ip-range><start-ip>10.0.0.1</start-ip>"
+                        "<end-ip>10.0.0.9</end-ip></destination-ip-range>"))
+    {
+    }
+
+    const std::string rule_ = "user-defined-signatures/signature[id='7']/signature-rule-information/protocol-rules/"
+                              "rules/signature-rule[name='r']";
+};
+
+TEST_F(ChoiceServices, OneCaseExistsInEachPhase)
+{
+    const auto sibling = [](void** data, const char* name) {
+        return priority_transapi_find_bro_op_by_xmldiff(data, 1, mutable_text(name));
+    };
+    call(rule_ + "/destination-ip", Phase::removal, [&](void** data, XMLDIFF_OP, xmlNodePtr, nc_err**) {
+        EXPECT_EQ(sibling(data, "source-ip"), absent) << "comes with the edit";
+        EXPECT_EQ(sibling(data, "source-ip-range"), XMLDIFF_REM);
+        return 0;
+    });
+    call(rule_ + "/destination-ip-range", Phase::set, [&](void** data, XMLDIFF_OP, xmlNodePtr, nc_err**) {
+        EXPECT_EQ(sibling(data, "source-ip"), XMLDIFF_ADD);
+        EXPECT_EQ(sibling(data, "source-ip-range"), absent) << "has gone with the edit";
+        return 0;
+    });
+}
+
 // The protocol changes and with it the whole container is replaced; one rule comes and one goes meanwhile.
 class ReplacedServices : public Services
 {

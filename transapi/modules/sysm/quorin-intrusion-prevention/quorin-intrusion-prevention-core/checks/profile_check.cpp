@@ -85,7 +85,7 @@ int ips_profile_dns_request_type_check(API_ENV_S *env)
     char acEnd[IPS_LEN_VALUE] = {0};
     char acAction[IPS_LEN_VALUE] = {0};
 
-    /* The debug line names the other leaf; scripts look for it as it is. */
+    /* The debug line names the other leaf, and stays so. */
     if (!ips_sibling_get(env, "start-type", acStart))
         return ips_error_debug(env, NC_ERR_MISSING_ELEM, "Get error request-type/start-type node information.",
                                "[IPS]ERROR: Get request-type/end-type node information.\r\n\r");

@@ -1,15 +1,13 @@
 /* Character-level checks of leaf texts and the normalisers of texts that go into command lines. */
 #include "quorin-intrusion-prevention-core/checks/string_check.h"
 
-#include <stdlib.h>
 #include <string.h>
 
+#include "quorin-intrusion-prevention-core/checks/value_check.h"
 #include "quorin-intrusion-prevention-core/report.h"
 
 /* The normalisers work in 128 bytes and write at most 127 of them. */
 static const int LEN_TRIM = 128;
-
-static const uint32_t USER_SIGNATURE_ID_MAX = 1024;
 
 /* The POSIX locale's class, whatever locale the server has set. */
 static bool is_space(char cByte)
@@ -122,9 +120,7 @@ void ips_parse_ip(const char *ip_in, char *ip_out)
 
 int ips_signature_id_check(const char *src)
 {
-    const uint32_t uiId = static_cast<uint32_t>(strtol(src, nullptr, 10));
-
-    if (uiId - 1 < USER_SIGNATURE_ID_MAX)
+    if (ips_number(src) - 1 < IPS_USER_SIGNATURE_ID_MAX)
         return 1;
     ips_debug_line("[IPS]ERROR: The signature id is wrong.\r\n\r");
     return 0;

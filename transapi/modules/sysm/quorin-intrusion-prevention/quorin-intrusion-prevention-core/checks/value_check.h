@@ -10,8 +10,18 @@
 
 #include "quorin-intrusion-prevention-core/checks/string_check.h"
 
-/* The last id of a signature of either nature. */
+/* The ids of signatures: user-defined ones first, then the predefined ones. */
+static const uint32_t IPS_USER_SIGNATURE_ID_MAX = 1024;
+static const uint32_t IPS_PREDEFINED_SIGNATURE_ID_MIN = 1025;
 static const uint32_t IPS_SIGNATURE_ID_MAX = 16777216;
+
+/* What a correlated condition counts. */
+static const uint32_t IPS_THRESHOLD_MAX = 500;
+static const uint32_t IPS_INTERVAL_MAX = 7200;
+static const uint32_t IPS_BLOCK_TIME_MAX = 1000;
+
+/* The last id of a rule's basic condition; the first is 0. */
+static const uint32_t IPS_CONDITION_ID_MAX = 4;
 
 /* The last DNS request type; the first is 0. */
 static const uint32_t IPS_DNS_REQUEST_TYPE_MAX = 65535;
@@ -52,6 +62,11 @@ static inline bool ips_is_listed(const char *pcValue, const char *const *ppcWord
 static inline bool ips_action_has_timeout(const char *pcAction)
 {
     return ips_is_one_of(pcAction, {"block-source-ip", "block-destination-ip"});
+}
+
+static inline bool ips_is_correlation(const char *pcValue)
+{
+    return ips_is_one_of(pcValue, {"source", "destination", "source-destination"});
 }
 
 /* What the device's address blocking may be told to do. */

@@ -23,6 +23,12 @@ void ips_removal_line_cache(const char *pcVsys, const char *pcView, const char *
     ips_debug_print("[IPS]Operation: %s, acCmdMes: %s \r\n", "XMLDIFF_REM", pcLine);
 }
 
+void ips_spaced_line_cache(const char *pcVsys, const char *pcView, const char *pcViewType, const char *pcLine)
+{
+    line_cache(pcVsys, pcView, pcViewType, pcLine);
+    ips_debug_print("[IPS]Operation:  %s \r\n", pcLine);
+}
+
 void ips_profile_line_cache(const char *pcVsys, const char *pcProfile, const char *pcLine)
 {
     char acView[IPS_LEN_VIEW] = {0};

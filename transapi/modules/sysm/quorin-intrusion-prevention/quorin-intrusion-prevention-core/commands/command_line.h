@@ -22,8 +22,10 @@ void ips_line_cache(const char *pcVsys, const char *pcView, const char *pcViewTy
 /* Caches a line for a profile's view. */
 void ips_profile_line_cache(const char *pcVsys, const char *pcProfile, const char *pcLine);
 
-/* As ips_line_cache, with the other debug line that a few removals have. */
+/* As ips_line_cache, with the other debug lines that a few removals have: one that names the operation, one with two
+ * blanks. */
 void ips_removal_line_cache(const char *pcVsys, const char *pcView, const char *pcViewType, const char *pcLine);
+void ips_spaced_line_cache(const char *pcVsys, const char *pcView, const char *pcViewType, const char *pcLine);
 
 #pragma GCC visibility pop
 

@@ -5,24 +5,15 @@
 
 #include "adapter/api_adp_libnetconf.h"
 #include "quorin-intrusion-prevention-core/checks/string_check.h"
+#include "quorin-intrusion-prevention-core/element.h"
 #include "quorin-intrusion-prevention-core/report.h"
 
 /* From a profile or a signature to its vsys entry there is one container in between. */
 static const int LEVELS_TO_VSYS = 2;
 
-static xmlNodePtr child_find(xmlNodePtr pstNode, const char *pcName)
-{
-    for (xmlNodePtr pstChild = pstNode->children; pstChild != nullptr; pstChild = pstChild->next) {
-        if (pstChild->type == XML_ELEMENT_NODE &&
-            xmlStrcmp(pstChild->name, reinterpret_cast<const xmlChar *>(pcName)) == 0)
-            return pstChild;
-    }
-    return nullptr;
-}
-
 const char *ips_child_text(xmlNodePtr pstNode, const char *pcName)
 {
-    const xmlNodePtr pstChild = child_find(pstNode, pcName);
+    const xmlNodePtr pstChild = ips_child_find(pstNode, pcName);
 
     return pstChild == nullptr ? nullptr : get_node_content(pstChild);
 }
@@ -111,7 +102,7 @@ char *IPS_GetTargetPolicyName(xmlNodePtr node, char *pcTargetSigSetName, unsigne
 {
     char acName[IPS_LEN_NAME] = {0};
 
-    if (node == nullptr || pcTargetSigSetName == nullptr || child_find(node, "name") == nullptr)
+    if (node == nullptr || pcTargetSigSetName == nullptr || ips_child_find(node, "name") == nullptr)
         return nullptr;
 
     const char *pcName = ips_child_text(node, "name");

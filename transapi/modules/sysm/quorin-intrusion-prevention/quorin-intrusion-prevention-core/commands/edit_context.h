@@ -47,6 +47,8 @@ char *IPS_GetTargetPolicyName(xmlNodePtr node, char *pcTargetSigSetName, unsigne
 #define IPS_VIEW_TYPE_VSYS "mgmt-vsys"
 #define IPS_VIEW_TYPE_PROFILE "profile-ips"
 #define IPS_VIEW_TYPE_SIGSET "ips-sigset"
+#define IPS_VIEW_TYPE_SIGNATURE "ips-signature"
+#define IPS_VIEW_TYPE_RULE "ips-signature-rule"
 
 /* The text of the first element child called `pcName`; null when there is no such child or it has no text. */
 const char *ips_child_text(xmlNodePtr pstNode, const char *pcName);

@@ -1,5 +1,6 @@
 /* Exception signatures of a profile. The device keeps one line for each with all its settings, so a set of any leaf
- * sends the whole line, and removing an optional leaf sends it again without that leaf. */
+ * sends the whole line, and removing an optional leaf sends it again without that leaf: for the device a positive
+ * command, for the server a removal. */
 #include "quorin-intrusion-prevention-core/checks/profile_check.h"
 #include "quorin-intrusion-prevention-core/commands/profile_command.h"
 #include "quorin-intrusion-prevention-core/handlers/handler_skeleton.h"
@@ -27,13 +28,6 @@ static int exception_set(API_ENV_S *env, IPS_PRO_NAME_INFO *pstProfile)
     return iResult;
 }
 
-/* Caches what is left of the entry's line. For the device it is a positive command, for the server a removal. */
-static void exception_shorten(API_ENV_S *env, const IPS_PRO_NAME_INFO *pstProfile, const char *pcLine)
-{
-    ips_profile_line_cache(pstProfile->acVsysName, pstProfile->acProfileName, pcLine);
-    env->cmd_oper = API_CMD_DEL;
-}
-
 extern "C" {
 
 /* .../qn-ips:exception-signatures/qn-ips:exception-signature
@@ -43,17 +37,15 @@ int IPS_UD_ExcSignature(int op, xmlNodePtr node, API_ENV_S *env)
     IPS_PRO_NAME_INFO stProfile;
     char acId[IPS_LEN_VALUE] = {0};
     char acCmdMes[LEN_ENTRY_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {4, 2}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 2, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 2, __func__, __LINE__, &iResult))
         return iResult;
-
     const char *pcId = ips_child_text(node, "id");
-    iResult = Check_CurValue_String_Is_Valid(env, pcId);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcId, &iResult))
         return iResult;
     if (!is_exception_id(pcId))
         return ips_error(env, NC_ERR_BAD_ELEM, "Failed to check the signature-id information.");
@@ -61,8 +53,7 @@ int IPS_UD_ExcSignature(int op, xmlNodePtr node, API_ENV_S *env)
 
     if (ips_op_is_undo(op)) {
         IPS_FORMAT(acCmdMes, "undo exception ips-signature-id %s", acId);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else if (ips_op_is_change(op)) {
         ips_debug_line("[IPS]SUCCESS: The op is CHAIN\r");
         return 0;
@@ -77,17 +68,15 @@ int IPS_UD_ExcSignature(int op, xmlNodePtr node, API_ENV_S *env)
 int IPS_UD_ExcSigID(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {5, 3, 1}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 3, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 3, __func__, __LINE__, &iResult))
         return iResult;
-
     const char *pcId = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcId);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcId, &iResult))
         return iResult;
     if (!is_exception_id(pcId))
         return ips_error(env, NC_ERR_BAD_ELEM, "Failed to check the signature-id information.");
@@ -110,12 +99,8 @@ static bool exception_leaf_begin(xmlNodePtr node, API_ENV_S *env, IPS_PRO_NAME_I
                                  int iLine, int *piResult)
 {
     *piResult = 0;
-    if (ips_ancestor_goes(env, {5, 3, 1}))
-        return false;
-    *piResult = ips_profile_get(env, pstProfile, 3, pcHandler, iLine);
-    if (*piResult == 0)
-        *piResult = Check_CurValue_String_Is_Valid(env, get_node_content(node));
-    return *piResult == 0;
+    return !ips_ancestor_goes(env, {5, 3, 1}) && ips_profile_get(env, pstProfile, 3, pcHandler, iLine, piResult) &&
+           ips_value_check(env, get_node_content(node), piResult);
 }
 
 /* .../qn-ips:exception-signature/qn-ips:action
@@ -141,7 +126,7 @@ int IPS_UD_ExcSigAction(int op, xmlNodePtr node, API_ENV_S *env)
         if (acId[0] == '\0')
             return ips_error(env, NC_ERR_MISSING_ELEM, "The exception-signature/id node is NULL.");
         IPS_FORMAT(acCmdMes, "exception ips-signature-id %s action allow", acId);
-        exception_shorten(env, &stProfile, acCmdMes);
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -179,11 +164,11 @@ int IPS_UD_ExcSigTimeout(int op, xmlNodePtr node, API_ENV_S *env)
                        acInterworking);
         else
             IPS_FORMAT(acCmdMes, "exception ips-signature-id %s action %s", acId, acAction);
-        exception_shorten(env, &stProfile, acCmdMes);
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
-    /* No blank behind the colon: log filters know the line as it is. */
+    /* No blank behind the colon, unlike the other lines. */
     return ips_commit(env, "[IPS]ERROR:The leaf of profile exception ips-signature-id timeout is wrong.\r\n\r");
 }
 
@@ -217,7 +202,7 @@ int IPS_UD_ExcSigInterworking(int op, xmlNodePtr node, API_ENV_S *env)
             IPS_FORMAT(acCmdMes, "exception ips-signature-id %s action %s timeout %s", acId, acAction, acTimeout);
         else
             IPS_FORMAT(acCmdMes, "exception ips-signature-id %s action %s", acId, acAction);
-        exception_shorten(env, &stProfile, acCmdMes);
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }

@@ -15,6 +15,7 @@
 #include "quorin-intrusion-prevention-core/commands/command_line.h"
 #include "quorin-intrusion-prevention-core/commands/edit_context.h"
 #include "quorin-intrusion-prevention-core/handlers/handlers.h"
+#include "quorin-intrusion-prevention-core/operation.h"
 #include "quorin-intrusion-prevention-core/report.h"
 #include "quorin-intrusion-prevention-core/sibling.h"
 
@@ -32,19 +33,39 @@ bool ips_ancestor_goes(API_ENV_S *pstEnv, std::initializer_list<int> levels);
 /* The same for handlers that look at the vsys entry only. */
 bool ips_vsys_goes(API_ENV_S *pstEnv, int iLevel);
 
-/* Zero a context record, set its level and fill it. 0 filled; otherwise the client has been told. */
-int ips_vsys_get(API_ENV_S *pstEnv, IPS_VSYS_NAME_INFO *pstVsys, int iLevel, const char *pcHandler, int iLine);
-int ips_profile_get(API_ENV_S *pstEnv, IPS_PRO_NAME_INFO *pstProfile, int iLevel, const char *pcHandler, int iLine);
+/* Zero a context record, set its level and fill it. True when it is filled; otherwise the client has been told, and the
+ * handler returns `*piResult`. */
+bool ips_vsys_get(API_ENV_S *pstEnv, IPS_VSYS_NAME_INFO *pstVsys, int iLevel, const char *pcHandler, int iLine,
+                  int *piResult);
+bool ips_profile_get(API_ENV_S *pstEnv, IPS_PRO_NAME_INFO *pstProfile, int iLevel, const char *pcHandler, int iLine,
+                     int *piResult);
+bool ips_signature_get(API_ENV_S *pstEnv, IPS_SIG_ID_INFO *pstSignature, int iLevel, const char *pcHandler, int iLine,
+                       int *piResult);
 
-/* What an operation asks for. An operation may satisfy both tests (a rollback of an addition that is also a restore),
- * so the order in which a handler asks is part of its behaviour. */
-bool ips_op_is_set(int iOp);
-bool ips_op_is_undo(int iOp);
-bool ips_op_is_removal(int iOp); /* a plain one: no rollback */
-bool ips_op_is_change(int iOp);  /* an addition, a modification or a change below, rollbacks included */
+/* Whether a leaf's text is acceptable; and the same with a copy of it in a zeroed array, cut at the array's size. True
+ * when it is; otherwise the client has been told, and the handler returns `*piResult`. */
+bool ips_value_check(API_ENV_S *pstEnv, const char *pcText, int *piResult);
 
-/* An operation that is neither: nothing to cache, and the handler still commits. */
+template <size_t SIZE>
+static inline bool ips_value_get(API_ENV_S *pstEnv, const char *pcText, char (&acValue)[SIZE], int *piResult)
+{
+    if (!ips_value_check(pstEnv, pcText, piResult))
+        return false;
+    IPS_FORMAT(acValue, "%s", pcText);
+    return true;
+}
+
+/* An operation that is neither set nor undo: nothing to cache, and the handler still commits. */
 void ips_op_unknown(int iOp);
+
+/* Cache a line in the view of its object; the second of each pair tells the commit that the line undoes. `pcVsys` is
+ * null for device-wide settings. */
+void ips_system_line(const char *pcVsys, const char *pcLine);
+void ips_system_undo_line(API_ENV_S *pstEnv, const char *pcVsys, const char *pcLine);
+void ips_profile_line(const IPS_PRO_NAME_INFO *pstProfile, const char *pcLine);
+void ips_profile_undo_line(API_ENV_S *pstEnv, const IPS_PRO_NAME_INFO *pstProfile, const char *pcLine);
+void ips_signature_line(const IPS_SIG_ID_INFO *pstSignature, const char *pcLine);
+void ips_signature_undo_line(API_ENV_S *pstEnv, const IPS_SIG_ID_INFO *pstSignature, const char *pcLine);
 
 /* Every handler's last step. Returns the server's result, after `pcFailure` as debug line when it is not 0. */
 int ips_commit(API_ENV_S *pstEnv, const char *pcFailure);

@@ -23,6 +23,7 @@ int IPS_UD_Assign_IPS_Function(int op, xmlNodePtr node, API_ENV_S *env)
     char acView[LEN_VSYS_VIEW] = {0};
     char acValue[IPS_LEN_VALUE] = {0};
     char acCmdMes[LEN_SWITCH_LINE] = {0};
+    int iResult = 0;
 
     ips_version_banner();
     ips_handler_enter(env, __func__, __LINE__, op);
@@ -36,11 +37,8 @@ int IPS_UD_Assign_IPS_Function(int op, xmlNodePtr node, API_ENV_S *env)
                          "Current vsys name is public, the node is only operated under vsys system.");
     IPS_FORMAT(acView, "vsys-%s", acVsysName);
 
-    const char *pcValue = get_node_content(node);
-    const int iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acValue, &iResult))
         return iResult;
-    IPS_FORMAT(acValue, "%s", pcValue);
 
     if (ips_op_is_undo(op)) {
         IPS_FORMAT(acCmdMes, "assign function ips");
@@ -79,18 +77,16 @@ int IPS_UD_Profile(int op, xmlNodePtr node, API_ENV_S *env)
     IPS_VSYS_NAME_INFO stVsys;
     char acQuotedName[IPS_LEN_NAME] = {0};
     char acCmdMes[LEN_PROFILE_LINE] = {0};
+    int iResult = 0;
 
     ips_version_banner();
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_vsys_goes(env, 2))
         return 0;
-    int iResult = ips_vsys_get(env, &stVsys, 2, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_vsys_get(env, &stVsys, 2, __func__, __LINE__, &iResult))
         return iResult;
-
     const char *pcName = ips_child_text(node, "name");
-    iResult = Check_CurValue_String_Is_Valid(env, pcName);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcName, &iResult))
         return iResult;
     IPS_FORMAT(acQuotedName, "\"%s\"", pcName);
     if (is_delivered_profile(acQuotedName))
@@ -98,12 +94,11 @@ int IPS_UD_Profile(int op, xmlNodePtr node, API_ENV_S *env)
 
     if (ips_op_is_undo(op)) {
         IPS_FORMAT(acCmdMes, "undo profile type ips name %s", acQuotedName);
-        ips_line_cache(stVsys.acVsysName, IPS_VIEW_SYSTEM, nullptr, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_system_undo_line(env, stVsys.acVsysName, acCmdMes);
     } else if (ips_op_is_set(op)) {
         IPS_FORMAT(acCmdMes, "profile type ips name %s", acQuotedName);
-        ips_line_cache(stVsys.acVsysName, IPS_VIEW_SYSTEM, nullptr, acCmdMes);
-    } else if ((op & (XMLDIFF_CHAIN | XMLDIFF_REORDER)) != 0) {
+        ips_system_line(stVsys.acVsysName, acCmdMes);
+    } else if (ips_op_is_chain_or_reorder(op)) {
         ips_debug_line("[IPS]SUCCESS: The operation is CHAIN.\r\n\r");
         return 0; /* the change is below the entry */
     } else {
@@ -118,26 +113,21 @@ int IPS_UD_ProfileDescription(int op, xmlNodePtr node, API_ENV_S *env)
     IPS_PRO_NAME_INFO stProfile;
     char acDescription[LEN_DESCRIPTION] = {0};
     char acCmdMes[LEN_DESCRIPTION_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 3}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 1, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 1, __func__, __LINE__, &iResult))
         return iResult;
-
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acDescription, &iResult))
         return iResult;
-    IPS_FORMAT(acDescription, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         IPS_FORMAT(acCmdMes, "description %s", acDescription);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else if (ips_op_is_undo(op)) {
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, "undo description");
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, "undo description");
     } else {
         ips_op_unknown(op);
     }
@@ -156,29 +146,26 @@ typedef struct {
 static int profile_switch(int op, xmlNodePtr node, API_ENV_S *env, const PROFILE_SWITCH *pstSwitch)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, pstSwitch->pcHandler, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 3}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 1, pstSwitch->pcHandler, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 1, pstSwitch->pcHandler, __LINE__, &iResult))
         return iResult;
-
     const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcValue, &iResult))
         return iResult;
 
     if (ips_op_is_set(op)) {
         if (strcmp(pcValue, "true") == 0)
-            ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, pstSwitch->pcOnLine);
+            ips_profile_line(&stProfile, pstSwitch->pcOnLine);
         else if (strcmp(pcValue, "false") == 0)
-            ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, pstSwitch->pcOffLine);
+            ips_profile_line(&stProfile, pstSwitch->pcOffLine);
         else
             return ips_error(env, NC_ERR_BAD_ELEM, pstSwitch->pcBadValue);
     } else if (ips_op_is_undo(op)) {
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, pstSwitch->pcOffLine);
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, pstSwitch->pcOffLine);
     } else {
         ips_op_unknown(op);
     }
@@ -220,17 +207,16 @@ int IPS_UD_ProfileASSOC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
 int IPS_UD_ProfileCNC(int op, xmlNodePtr, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 3}))
         return 0;
-    const int iResult = ips_profile_get(env, &stProfile, 1, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 1, __func__, __LINE__, &iResult))
         return iResult;
 
     if (ips_op_is_undo(op)) {
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, "undo cnc domain-filter enable");
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, "undo cnc domain-filter enable");
     } else if (ips_op_is_change(op)) {
         ips_debug_line("[IPS]SUCCESS: The op is ok.\r");
         return 0;
@@ -243,8 +229,9 @@ int IPS_UD_ProfileCNC(int op, xmlNodePtr, API_ENV_S *env)
 /* Checks the changed leaf and its sibling and caches the one line that carries both. */
 static int domain_filter_set(xmlNodePtr node, API_ENV_S *env, IPS_PRO_NAME_INFO *pstProfile)
 {
-    int iResult = Check_CurValue_String_Is_Valid(env, get_node_content(node));
-    if (iResult != 0)
+    int iResult = 0;
+
+    if (!ips_value_check(env, get_node_content(node), &iResult))
         return iResult;
 
     iResult = ips_profile_cnc_check(env);
@@ -263,17 +250,16 @@ static int domain_filter_set(xmlNodePtr node, API_ENV_S *env, IPS_PRO_NAME_INFO 
 int IPS_UD_ProfileCNC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 2, 4}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 2, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 2, __func__, __LINE__, &iResult))
         return iResult;
 
     if (ips_op_is_undo(op)) {
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, "undo cnc domain-filter enable");
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, "undo cnc domain-filter enable");
     } else if (ips_op_is_set(op)) {
         iResult = domain_filter_set(node, env, &stProfile);
         if (iResult != 0)
@@ -290,12 +276,12 @@ int IPS_UD_ProfileCNC_Enable(int op, xmlNodePtr node, API_ENV_S *env)
 int IPS_UD_ProfileCNC_Action(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {1, 2, 4}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 2, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 2, __func__, __LINE__, &iResult))
         return iResult;
 
     if (ips_op_is_removal(op))
@@ -316,27 +302,22 @@ int IPS_ExceptionDomainName(int op, xmlNodePtr node, API_ENV_S *env)
     IPS_VSYS_NAME_INFO stVsys;
     char acDomain[LEN_DOMAIN] = {0};
     char acCmdMes[LEN_DOMAIN_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_vsys_goes(env, 2))
         return 0;
-    int iResult = ips_vsys_get(env, &stVsys, 2, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_vsys_get(env, &stVsys, 2, __func__, __LINE__, &iResult))
         return iResult;
-
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acDomain, &iResult))
         return iResult;
-    IPS_FORMAT(acDomain, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         IPS_FORMAT(acCmdMes, "cnc domain-filter exception domain-name %s", acDomain);
-        ips_line_cache(stVsys.acVsysName, IPS_VIEW_SYSTEM, nullptr, acCmdMes);
+        ips_system_line(stVsys.acVsysName, acCmdMes);
     } else if (ips_op_is_undo(op)) {
         IPS_FORMAT(acCmdMes, "undo cnc domain-filter exception domain-name %s", acDomain);
-        ips_line_cache(stVsys.acVsysName, IPS_VIEW_SYSTEM, nullptr, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_system_undo_line(env, stVsys.acVsysName, acCmdMes);
     } else {
         ips_op_unknown(op);
     }

@@ -18,28 +18,23 @@ static int action_leaf(int op, xmlNodePtr node, API_ENV_S *env, const ACTION_LEA
     IPS_PRO_NAME_INFO stProfile;
     char acAction[IPS_LEN_VALUE] = {0};
     char acCmdMes[LEN_ACTION_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, pstLeaf->pcHandler, __LINE__, op);
     if (ips_ancestor_goes(env, {5, 3}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 3, pstLeaf->pcHandler, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 3, pstLeaf->pcHandler, __LINE__, &iResult))
         return iResult;
-
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acAction, &iResult))
         return iResult;
-    IPS_FORMAT(acAction, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         if (!ips_is_listed(acAction, pstLeaf->apcActions))
             return ips_error(env, NC_ERR_BAD_ELEM, "Failed to check the information.");
         IPS_FORMAT(acCmdMes, pstLeaf->pcSetLine, acAction);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else if (ips_op_is_undo(op)) {
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, pstLeaf->pcUndoLine);
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, pstLeaf->pcUndoLine);
     } else {
         ips_op_unknown(op);
     }

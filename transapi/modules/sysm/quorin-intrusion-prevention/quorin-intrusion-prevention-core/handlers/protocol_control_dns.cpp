@@ -21,23 +21,20 @@ int IPS_UD_ProContDnsReqType(int op, xmlNodePtr node, API_ENV_S *env)
     char acStart[IPS_LEN_VALUE] = {0};
     char acEnd[IPS_LEN_VALUE] = {0};
     char acCmdMes[LEN_REQUEST_TYPE_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {5, 3}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 3, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 3, __func__, __LINE__, &iResult))
         return iResult;
-
     const char *pcStart = ips_child_text(node, "start-type");
-    iResult = Check_CurValue_String_Is_Valid(env, pcStart);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcStart, &iResult))
         return iResult;
     if (!is_request_type(pcStart))
         return ips_error(env, NC_ERR_BAD_ELEM, "Failed to check the start type range.");
     const char *pcEnd = ips_child_text(node, "end-type");
-    iResult = Check_CurValue_String_Is_Valid(env, pcEnd);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcEnd, &iResult))
         return iResult;
     if (!is_request_type(pcEnd))
         return ips_error(env, NC_ERR_BAD_ELEM, "Failed to check the end type range.");
@@ -51,8 +48,7 @@ int IPS_UD_ProContDnsReqType(int op, xmlNodePtr node, API_ENV_S *env)
             IPS_FORMAT(acCmdMes, "undo dns request-type check %s", acStart);
         else
             IPS_FORMAT(acCmdMes, "undo dns request-type check %s to %s", acStart, acEnd);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else if (ips_op_is_change(op)) {
         ips_debug_line("[IPS]SUCCESS: The op is CHAIN\r");
         return 0;
@@ -81,16 +77,15 @@ static int request_type_set(API_ENV_S *env, IPS_PRO_NAME_INFO *pstProfile)
 int IPS_UD_ProContDnsReqStartType(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {6, 4, 1}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 4, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 4, __func__, __LINE__, &iResult))
         return iResult;
     const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcValue, &iResult))
         return iResult;
     if (!is_request_type(pcValue))
         return ips_error(env, NC_ERR_BAD_ELEM, "Failed to check the start type range.");
@@ -115,7 +110,7 @@ int IPS_UD_ProContDnsReqEndType(int op, xmlNodePtr, API_ENV_S *env)
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {6, 4, 1}))
         return 0;
-    if (ips_op_is_removal(op) || (op & XMLDIFF_MOD) != 0)
+    if (ips_op_is_removal(op) || ips_op_has(op, XMLDIFF_MOD))
         return ips_error(env, NC_ERR_OP_FAILED, "The operation is not supported.");
     return 0;
 }
@@ -125,20 +120,19 @@ int IPS_UD_ProContDnsReqEndType(int op, xmlNodePtr, API_ENV_S *env)
 int IPS_UD_ProContDnsReqTypeAction(int op, xmlNodePtr node, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {6, 4, 1}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 4, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 4, __func__, __LINE__, &iResult))
         return iResult;
 
     if (ips_op_is_removal(op))
         return ips_error(env, NC_ERR_OP_FAILED, "The operation is not supported.");
-    iResult = Check_CurValue_String_Is_Valid(env, get_node_content(node));
-    if (iResult != 0)
+    if (!ips_value_check(env, get_node_content(node), &iResult))
         return iResult;
-    if ((op & XMLDIFF_MOD) == 0) {
+    if (!ips_op_has(op, XMLDIFF_MOD)) {
         ips_debug_print("[IPS]SUCCESS: The action have been saved, op(%u).\r\n\r\n", static_cast<unsigned>(op));
         return 0;
     }

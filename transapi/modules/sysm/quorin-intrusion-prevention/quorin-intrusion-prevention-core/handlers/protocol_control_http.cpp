@@ -14,19 +14,15 @@ static const int LEN_WHITELIST_LINE = 256;
 static bool header_leaf_get(int op, xmlNodePtr node, API_ENV_S *env, IPS_PRO_NAME_INFO *pstProfile,
                             char (&acValue)[IPS_LEN_VALUE], const char *pcHandler, int iLine, int *piResult)
 {
-    *piResult = ips_profile_get(env, pstProfile, 5, pcHandler, iLine);
-    if (*piResult != 0)
+    if (!ips_profile_get(env, pstProfile, 5, pcHandler, iLine, piResult))
         return false;
     if (ips_op_is_removal(op)) {
         *piResult = ips_error(env, NC_ERR_OP_FAILED, "The operation is not supported.");
         return false;
     }
 
-    const char *pcValue = get_node_content(node);
-    *piResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (*piResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acValue, piResult))
         return false;
-    IPS_FORMAT(acValue, "%s", pcValue);
     return true;
 }
 
@@ -37,17 +33,16 @@ extern "C" {
 int IPS_UD_ProContHTTPXOHTypeAction(int op, xmlNodePtr, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {6, 4}))
         return 0;
-    const int iResult = ips_profile_get(env, &stProfile, 4, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 4, __func__, __LINE__, &iResult))
         return iResult;
 
     if (ips_op_is_undo(op)) {
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, "undo http x-online-host check");
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, "undo http x-online-host check");
     } else if (ips_op_is_change(op)) {
         ips_debug_line("[IPS]SUCCESS: The op is CHAIN\r");
         return 0;
@@ -63,12 +58,12 @@ int IPS_UD_ProContHTTPXFFTypeAction(int op, xmlNodePtr, API_ENV_S *env)
 {
     IPS_PRO_NAME_INFO stProfile;
     char acView[IPS_LEN_VIEW] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {6, 4}))
         return 0;
-    const int iResult = ips_profile_get(env, &stProfile, 4, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 4, __func__, __LINE__, &iResult))
         return iResult;
 
     if (ips_op_is_undo(op)) {
@@ -105,7 +100,7 @@ int IPS_UD_ProContHTTPXOHType(int op, xmlNodePtr node, API_ENV_S *env)
             return iResult;
         ips_sibling_get(env, "action", acAction);
         IPS_FORMAT(acCmdMes, "http x-online-host check %s action %s", acType, acAction);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -133,7 +128,7 @@ int IPS_UD_ProContHTTPXOHAction(int op, xmlNodePtr node, API_ENV_S *env)
             return iResult;
         ips_sibling_get(env, "type", acType);
         IPS_FORMAT(acCmdMes, "http x-online-host check %s action %s", acType, acAction);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -161,7 +156,7 @@ int IPS_UD_ProContHTTPXFFType(int op, xmlNodePtr node, API_ENV_S *env)
             return iResult;
         ips_sibling_get(env, "action", acAction);
         IPS_FORMAT(acCmdMes, "http x-forwarded-for check %s action %s", acType, acAction);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -189,7 +184,7 @@ int IPS_UD_ProContHTTPXFFAction(int op, xmlNodePtr node, API_ENV_S *env)
             return iResult;
         ips_sibling_get(env, "type", acType);
         IPS_FORMAT(acCmdMes, "http x-forwarded-for check %s action %s", acType, acAction);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -202,27 +197,22 @@ int IPS_UD_ProContHTTPBlacklist(int op, xmlNodePtr node, API_ENV_S *env)
     IPS_PRO_NAME_INFO stProfile;
     char acHost[LEN_HOST] = {0};
     char acCmdMes[LEN_BLACKLIST_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {6, 4}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 4, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 4, __func__, __LINE__, &iResult))
         return iResult;
-
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acHost, &iResult))
         return iResult;
-    IPS_FORMAT(acHost, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         IPS_FORMAT(acCmdMes, "http x-online-host blacklist %s", acHost);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else if (ips_op_is_undo(op)) {
         IPS_FORMAT(acCmdMes, "undo http x-online-host blacklist %s", acHost);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -237,27 +227,22 @@ int IPS_UD_ProContHTTPWhitelist(int op, xmlNodePtr node, API_ENV_S *env)
     IPS_PRO_NAME_INFO stProfile;
     char acHost[LEN_HOST] = {0};
     char acCmdMes[LEN_WHITELIST_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {6, 4}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 4, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 4, __func__, __LINE__, &iResult))
         return iResult;
-
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acHost, &iResult))
         return iResult;
-    IPS_FORMAT(acHost, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         IPS_FORMAT(acCmdMes, "http x-forwarded-for whitelist ipv4 %s", acHost);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else if (ips_op_is_undo(op)) {
         snprintf_s(acCmdMes, sizeof(acCmdMes), sizeof(acCmdMes), "undo http x-forwarded-for whitelist ipv4 %s", acHost);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else {
         ips_op_unknown(op);
     }

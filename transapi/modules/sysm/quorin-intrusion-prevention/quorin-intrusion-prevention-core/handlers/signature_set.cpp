@@ -21,8 +21,7 @@ bool ips_sigset_get(API_ENV_S *pstEnv, IPS_SIGSET_INFO *pstSet, int iSetLevel, c
     char acName[IPS_LEN_NAME] = {0};
 
     memset_s(pstSet, sizeof(*pstSet), 0, sizeof(*pstSet));
-    *piResult = ips_profile_get(pstEnv, &pstSet->stProfile, iSetLevel + LEVELS_TO_PROFILE, pcHandler, iLine);
-    if (*piResult != 0)
+    if (!ips_profile_get(pstEnv, &pstSet->stProfile, iSetLevel + LEVELS_TO_PROFILE, pcHandler, iLine, piResult))
         return false;
 
     if (api_find_parent_key_node_content(pstEnv, iSetLevel, "name", acName, sizeof(acName)) != 0) {
@@ -42,6 +41,12 @@ bool ips_sigset_get(API_ENV_S *pstEnv, IPS_SIGSET_INFO *pstSet, int iSetLevel, c
 void ips_sigset_line(const IPS_SIGSET_INFO *pstSet, const char *pcLine)
 {
     ips_line_cache(pstSet->stProfile.acVsysName, pstSet->acView, IPS_VIEW_TYPE_SIGSET, pcLine);
+}
+
+void ips_sigset_undo_line(API_ENV_S *pstEnv, const IPS_SIGSET_INFO *pstSet, const char *pcLine)
+{
+    ips_sigset_line(pstSet, pcLine);
+    pstEnv->cmd_oper = API_CMD_DEL;
 }
 
 /* The nearest entry of the same list that stands before this one; null when it is the first. */
@@ -73,7 +78,7 @@ static void place_cache(xmlNodePtr pstNode, IPS_PRO_NAME_INFO *pstProfile, const
             return;
         IPS_FORMAT(acMove, "signature-set move %s before %s", pcQuotedName, pcFirst);
     }
-    ips_profile_line_cache(pstProfile->acVsysName, pstProfile->acProfileName, acMove);
+    ips_profile_line(pstProfile, acMove);
 }
 
 extern "C" {
@@ -86,32 +91,29 @@ int IPS_UD_ProfileSigSet(int op, xmlNodePtr node, API_ENV_S *env)
     IPS_PRO_NAME_INFO stProfile;
     char acQuotedName[LEN_QUOTED_SET] = {0};
     char acCmdMes[LEN_ENTRY_LINE] = {0};
+    int iResult = 0;
 
     ips_handler_enter(env, __func__, __LINE__, op);
     if (ips_ancestor_goes(env, {4, 2}))
         return 0;
-    int iResult = ips_profile_get(env, &stProfile, 2, __func__, __LINE__);
-    if (iResult != 0)
+    if (!ips_profile_get(env, &stProfile, 2, __func__, __LINE__, &iResult))
         return iResult;
-
     const char *pcName = ips_child_text(node, "name");
-    iResult = Check_CurValue_String_Is_Valid(env, pcName);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcName, &iResult))
         return iResult;
     IPS_FORMAT(acQuotedName, "\"%s\"", pcName);
 
     if (ips_op_is_set(op)) {
         IPS_FORMAT(acCmdMes, "signature-set name %s", acQuotedName);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
+        ips_profile_line(&stProfile, acCmdMes);
     } else if (ips_op_is_undo(op)) {
         IPS_FORMAT(acCmdMes, "undo signature-set name %s", acQuotedName);
-        ips_profile_line_cache(stProfile.acVsysName, stProfile.acProfileName, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_profile_undo_line(env, &stProfile, acCmdMes);
     } else {
         ips_debug_print("[IPS]INFO: May be SIBLING op(%d).\r\n\r\n", op);
     }
 
-    if ((op & (XMLDIFF_ADD | XMLDIFF_SIBLING)) != 0)
+    if (ips_op_has(op, XMLDIFF_ADD | XMLDIFF_SIBLING))
         place_cache(node, &stProfile, acQuotedName);
     return ips_commit(env, "[IPS]ERROR: The leaf of profile signature-set name is wrong.\r\n\r");
 }
@@ -130,8 +132,7 @@ int IPS_UD_SigSetSSAction(int op, xmlNodePtr, API_ENV_S *env)
         return iResult;
 
     if (ips_op_is_undo(op)) {
-        ips_sigset_line(&stSet, "undo action");
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, "undo action");
     } else if (ips_op_is_change(op)) {
         ips_debug_line("[IPS]SUCCESS: The op is ok.\r");
         return 0;
@@ -168,13 +169,11 @@ int IPS_UD_SigSetAction(int op, xmlNodePtr node, API_ENV_S *env)
         return 0;
     if (!ips_sigset_get(env, &stSet, 2, __func__, __LINE__, &iResult))
         return iResult;
-    iResult = Check_CurValue_String_Is_Valid(env, get_node_content(node));
-    if (iResult != 0)
+    if (!ips_value_check(env, get_node_content(node), &iResult))
         return iResult;
 
     if (ips_op_is_undo(op)) {
-        ips_sigset_line(&stSet, "undo action");
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, "undo action");
     } else if (ips_op_is_set(op)) {
         iResult = action_set(env, &stSet);
         if (iResult != 0)
@@ -201,8 +200,7 @@ int IPS_UD_SigSetInterworking(int op, xmlNodePtr node, API_ENV_S *env)
 
     if (ips_op_is_removal(op))
         return ips_error(env, NC_ERR_OP_FAILED, "The node could support the operation(rem).");
-    iResult = Check_CurValue_String_Is_Valid(env, get_node_content(node));
-    if (iResult != 0)
+    if (!ips_value_check(env, get_node_content(node), &iResult))
         return iResult;
 
     if (ips_op_is_set(op)) {

@@ -18,8 +18,9 @@ typedef struct {
 bool ips_sigset_get(API_ENV_S *pstEnv, IPS_SIGSET_INFO *pstSet, int iSetLevel, const char *pcHandler, int iLine,
                     int *piResult);
 
-/* Caches a line in the set's view. */
+/* Cache a line in the set's view; the second tells the commit that the line undoes. */
 void ips_sigset_line(const IPS_SIGSET_INFO *pstSet, const char *pcLine);
+void ips_sigset_undo_line(API_ENV_S *pstEnv, const IPS_SIGSET_INFO *pstSet, const char *pcLine);
 
 #pragma GCC visibility pop
 

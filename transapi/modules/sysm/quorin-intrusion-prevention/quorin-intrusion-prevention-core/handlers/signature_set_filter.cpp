@@ -24,12 +24,8 @@ int IPS_UD_SigSetTarget(int op, xmlNodePtr node, API_ENV_S *env)
         return 0;
     if (!ips_sigset_get(env, &stSet, 1, __func__, __LINE__, &iResult))
         return iResult;
-
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acTarget, &iResult))
         return iResult;
-    IPS_FORMAT(acTarget, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         if (!ips_is_one_of(acTarget, {"both", "client", "server"}))
@@ -37,8 +33,7 @@ int IPS_UD_SigSetTarget(int op, xmlNodePtr node, API_ENV_S *env)
         IPS_FORMAT(acCmdMes, "target %s", acTarget);
         ips_sigset_line(&stSet, acCmdMes);
     } else if (ips_op_is_undo(op)) {
-        ips_sigset_line(&stSet, "undo target");
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, "undo target");
     } else {
         ips_op_unknown(op);
     }
@@ -67,12 +62,8 @@ static int word_entry(int op, xmlNodePtr node, API_ENV_S *env, const WORD_LIST *
         return 0;
     if (!ips_sigset_get(env, &stSet, 1, pstList->pcHandler, __LINE__, &iResult))
         return iResult;
-
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acWord, &iResult))
         return iResult;
-    IPS_FORMAT(acWord, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         if (!ips_is_listed(acWord, pstList->apcWords))
@@ -87,8 +78,7 @@ static int word_entry(int op, xmlNodePtr node, API_ENV_S *env, const WORD_LIST *
                        pstList->pcUndoAllLine); /* not reached while the string check refuses empty texts */
         else
             return information_error(env);
-        ips_sigset_line(&stSet, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, acCmdMes);
     } else {
         ips_op_unknown(op);
     }

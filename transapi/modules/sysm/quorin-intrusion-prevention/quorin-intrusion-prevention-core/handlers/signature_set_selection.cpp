@@ -38,17 +38,14 @@ static int selection_container(int op, xmlNodePtr node, API_ENV_S *env, const SE
         return 0;
     if (!ips_sigset_get(env, &stSet, 1, pstSelection->pcHandler, __LINE__, &iResult))
         return iResult;
-
     const char *pcAll = ips_child_text(node, pstSelection->pcAllLeaf);
-    iResult = Check_CurValue_String_Is_Valid(env, pcAll);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcAll, &iResult))
         return iResult;
     if (!ips_is_one_of(pcAll, {"true", "false"}))
         return ips_error(env, NC_ERR_INVALID_VALUE, pstSelection->pcBadValue);
 
     if (ips_op_is_undo(op)) {
-        ips_sigset_line(&stSet, pstSelection->pcUndoLine);
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, pstSelection->pcUndoLine);
     } else if (ips_op_is_change(op)) {
         ips_debug_line("[IPS]SUCCESS: The op os OK.\r");
         return 0;
@@ -76,10 +73,8 @@ static int select_all_leaf(int op, xmlNodePtr node, API_ENV_S *env, const SELECT
         return 0;
     if (!ips_sigset_get(env, &stSet, 2, pstAll->pcHandler, __LINE__, &iResult))
         return iResult;
-
     const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_check(env, pcValue, &iResult))
         return iResult;
 
     if (ips_op_is_set(op)) {
@@ -163,11 +158,8 @@ int IPS_UD_SigSetSpecifiedApplication(int op, xmlNodePtr node, API_ENV_S *env)
                               "[IPS]SUCCESS: The application all is true.\r", &iResult))
         return iResult;
 
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acApplication, &iResult))
         return iResult;
-    IPS_FORMAT(acApplication, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         if (strcmp(acApplication, "all") == 0)
@@ -178,8 +170,7 @@ int IPS_UD_SigSetSpecifiedApplication(int op, xmlNodePtr node, API_ENV_S *env)
         if (strcmp(acApplication, "all") == 0)
             information_error(env, NC_ERR_BAD_ELEM);
         IPS_FORMAT(acCmdMes, "undo application %s", acApplication);
-        ips_sigset_line(&stSet, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -231,11 +222,8 @@ int IPS_UD_SigSetSpecifiedProtocol(int op, xmlNodePtr node, API_ENV_S *env)
                               "[IPS]SUCCESS: The protocol all is true.\r", &iResult))
         return iResult;
 
-    const char *pcValue = get_node_content(node);
-    iResult = Check_CurValue_String_Is_Valid(env, pcValue);
-    if (iResult != 0)
+    if (!ips_value_get(env, get_node_content(node), acProtocol, &iResult))
         return iResult;
-    IPS_FORMAT(acProtocol, "%s", pcValue);
 
     if (ips_op_is_set(op)) {
         if (strcmp(acProtocol, "all") == 0)
@@ -246,8 +234,7 @@ int IPS_UD_SigSetSpecifiedProtocol(int op, xmlNodePtr node, API_ENV_S *env)
         if (strcmp(acProtocol, "all") == 0)
             return information_error(env, NC_ERR_BAD_ELEM);
         IPS_FORMAT(acCmdMes, "undo protocol %s", acProtocol);
-        ips_sigset_line(&stSet, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
@@ -304,11 +291,8 @@ int IPS_UD_SigSetSpecifiedCategory(int op, xmlNodePtr node, API_ENV_S *env)
     const char *pcAllSub = ips_child_text(node, "all-sub-category");
     if (pcAllSub != nullptr)
         ips_remove_head_and_tail_spaces(pcAllSub, acAllSub, sizeof(acAllSub));
-    const char *pcName = ips_child_text(node, "name");
-    iResult = Check_CurValue_String_Is_Valid(env, pcName);
-    if (iResult != 0)
+    if (!ips_value_get(env, ips_child_text(node, "name"), acCategory, &iResult))
         return iResult;
-    IPS_FORMAT(acCategory, "%s", pcName);
 
     if (ips_op_is_set(op)) {
         if (strcmp(acAllSub, "false") == 0) {
@@ -326,9 +310,8 @@ int IPS_UD_SigSetSpecifiedCategory(int op, xmlNodePtr node, API_ENV_S *env)
         if (strcmp(acCategory, "all") == 0)
             return information_error(env, NC_ERR_INVALID_VALUE);
         IPS_FORMAT(acCmdMes, "undo category %s", acCategory);
-        ips_sigset_line(&stSet, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
-    } else if ((op & XMLDIFF_CHAIN) != 0) {
+        ips_sigset_undo_line(env, &stSet, acCmdMes);
+    } else if (ips_op_has(op, XMLDIFF_CHAIN)) {
         ips_debug_line("[IPS]SUCCESS: The operation is CHAIN\r");
         return 0;
     } else {
@@ -351,12 +334,8 @@ int IPS_UD_SigSetSSCategory(int op, xmlNodePtr node, API_ENV_S *env)
         return 0;
     if (!ips_sigset_get(env, &stSet, 3, __func__, __LINE__, &iResult))
         return iResult;
-
-    const char *pcName = ips_child_text(node, "name");
-    iResult = Check_CurValue_String_Is_Valid(env, pcName);
-    if (iResult != 0)
+    if (!ips_value_get(env, ips_child_text(node, "name"), acCategory, &iResult))
         return iResult;
-    IPS_FORMAT(acCategory, "%s", pcName);
 
     if (ips_op_is_set(op)) {
         if (strcmp(acCategory, "all") == 0)
@@ -367,8 +346,7 @@ int IPS_UD_SigSetSSCategory(int op, xmlNodePtr node, API_ENV_S *env)
         if (strcmp(acCategory, "all") == 0)
             return information_error(env, NC_ERR_INVALID_VALUE);
         IPS_FORMAT(acCmdMes, "undo category %s", acCategory);
-        ips_sigset_line(&stSet, acCmdMes);
-        env->cmd_oper = API_CMD_DEL;
+        ips_sigset_undo_line(env, &stSet, acCmdMes);
     } else {
         ips_op_unknown(op);
     }
