@@ -3,12 +3,13 @@ PREFIX  ?= /usr/local
 DESTDIR ?=
 ENSURE  := tools/ensure-packages.sh
 
-.PHONY: help run test lint bench fuzz coverage install clean
+.PHONY: help run test lint docs bench fuzz coverage install clean
 
 help:
 	@echo "make run        build, and show the command lines of an example edit"
 	@echo "make test       static checks, and the whole suite under GCC and Clang with sanitizers"
 	@echo "make lint       formatting, clang-tidy, YANG module, scripts"
+	@echo "make docs       write docs/conformance.md: what the module sends and refuses, node by node"
 	@echo "make bench      benchmarks, optimised build"
 	@echo "make fuzz       fuzz every harness for FUZZ_SECONDS (60) seconds"
 	@echo "make coverage   line and branch coverage of the suite, in build/coverage"
@@ -30,6 +31,11 @@ lint:
 	@tools/checks.sh
 	@cmake --preset clang >/dev/null
 	@tools/tidy.sh build/clang
+
+docs:
+	@$(ENSURE) test
+	@cmake --preset debug >/dev/null
+	@tools/docs.sh build/debug
 
 bench:
 	@$(ENSURE) bench
