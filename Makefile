@@ -3,15 +3,16 @@ PREFIX  ?= /usr/local
 DESTDIR ?=
 ENSURE  := tools/ensure-packages.sh
 
-.PHONY: help run test lint docs bench fuzz coverage install clean
+.PHONY: help run test lint docs bench fuzz loop coverage install clean
 
 help:
-	@echo "make run        build, and show the command lines of an example edit"
+	@echo "make run        build, and carry an example edit out on an emulated device"
 	@echo "make test       static checks, and the whole suite under GCC and Clang with sanitizers"
 	@echo "make lint       formatting, clang-tidy, YANG module, scripts"
 	@echo "make docs       write docs/conformance.md: what the module sends and refuses, node by node"
 	@echo "make bench      benchmarks, optimised build"
 	@echo "make fuzz       fuzz every harness for FUZZ_SECONDS (60) seconds"
+	@echo "make loop       LOOP_EDITS (1000000) random edits to the emulated device, optimised build; LOOP_SEED"
 	@echo "make coverage   line and branch coverage of the suite, in build/coverage"
 	@echo "make install    into PREFIX ($(PREFIX)), below DESTDIR for packaging"
 	@echo "make clean      remove build/"
@@ -20,7 +21,7 @@ run:
 	@$(ENSURE) build
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release
-	build/release/host/cli/qn-ips plan examples/create-webguard.xml
+	build/release/host/cli/qn-ips apply examples/create-webguard.xml
 
 test:
 	@$(ENSURE) test
@@ -29,8 +30,8 @@ test:
 lint:
 	@$(ENSURE) lint
 	@tools/checks.sh
-	@cmake --preset clang >/dev/null
-	@tools/tidy.sh build/clang
+	@cmake --preset clang -B build/lint -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+	@tools/tidy.sh build/lint
 
 docs:
 	@$(ENSURE) test
@@ -48,6 +49,13 @@ fuzz:
 	@cmake --preset fuzz >/dev/null
 	@cmake --build --preset fuzz
 	@tools/fuzz.sh build/fuzz $(or $(FUZZ_SECONDS),60)
+
+loop:
+	@$(ENSURE) test
+	@cmake --preset release -B build/loop -D BUILD_TESTING=ON >/dev/null
+	@cmake --build build/loop --target closed_loop_test
+	QN_IPS_EDITS=$(or $(LOOP_EDITS),1000000) QN_IPS_SEED=$(or $(LOOP_SEED),1) \
+		build/loop/tests/closed_loop/closed_loop_test
 
 coverage:
 	@$(ENSURE) coverage

@@ -19,6 +19,7 @@ enum ExitCode {
 struct GlobalOptions {
     std::filesystem::path module;
     std::vector<std::filesystem::path> yang; // searched in order
+    std::filesystem::path catalogue;         // of the emulated device's own signatures
 };
 
 // A subcommand. `run` is called after parsing when it was chosen; its exceptions are reported by the caller.
@@ -29,6 +30,7 @@ struct Command {
 
 // Each adds one subcommand to `app`. `app` and `options` must outlive the result.
 Command add_plan_command(CLI::App& app, const GlobalOptions& options);
+Command add_apply_command(CLI::App& app, const GlobalOptions& options);
 Command add_get_config_command(CLI::App& app, const GlobalOptions& options);
 Command add_get_state_command(CLI::App& app, const GlobalOptions& options);
 Command add_nodes_command(CLI::App& app, const GlobalOptions& options);

@@ -1,4 +1,5 @@
-// `qn-ips get-config` and `qn-ips get-state`: what the module reads from a command platform that answers from a file.
+// `qn-ips get-config` and `qn-ips get-state`: what the module reads from an emulated device, or from a
+// command platform that answers from a file.
 #include <fmt/format.h>
 
 #include <filesystem>
@@ -7,6 +8,7 @@
 #include <string>
 
 #include "cli/command.h"
+#include "cli/emulated_device.h"
 #include "platform/file_platform.h"
 #include "server/module_loader.h"
 #include "server/module_reads.h"
@@ -19,18 +21,32 @@ namespace
 {
 
 struct ReadOptions {
-    std::filesystem::path answer;
+    std::filesystem::path answer;  // of a command platform; empty: an emulated device is read
+    std::filesystem::path running; // of the emulated device; empty: it has no configuration
     std::optional<std::string> product;
 };
 
 using Read = std::string (*)(const PluginModule& module, CommandPlatform& platform);
 
+std::string read_device(const GlobalOptions& global, const std::filesystem::path& running, Read read)
+{
+    EmulatedDevice device(global);
+    if (!running.empty())
+        device.bring_up(running);
+    return read(device.module(), device.platform());
+}
+
 ExitCode run(const GlobalOptions& global, const ReadOptions& options, const FilePlatform::Answers& answers, Read read)
 {
-    const PluginModule module(global.module);
     const ProductName product(options.product);
-    FilePlatform platform(answers);
-    std::string text = read(module, platform);
+    std::string text;
+    if (options.answer.empty()) {
+        text = read_device(global, options.running, read);
+    } else {
+        const PluginModule module(global.module);
+        FilePlatform platform(answers);
+        text = read(module, platform);
+    }
     if (!text.empty() && text.back() != '\n')
         text += '\n';
     fmt::print("{}", text);
@@ -40,9 +56,15 @@ ExitCode run(const GlobalOptions& global, const ReadOptions& options, const File
 std::shared_ptr<ReadOptions> add_options(CLI::App& command)
 {
     auto options = std::make_shared<ReadOptions>();
-    command.add_option("ANSWER.xml", options->answer, "What the command platform answers; an empty file: nothing")
-        ->required()
-        ->check(CLI::ExistingFile);
+    CLI::Option* answer = command
+                              .add_option("ANSWER.xml", options->answer,
+                                          "What the command platform answers; an empty file: nothing. "
+                                          "Without it an emulated device is read")
+                              ->check(CLI::ExistingFile);
+    command.add_option("--running", options->running, "The emulated device's configuration (default: an empty one)")
+        ->type_name("RUNNING.xml")
+        ->check(CLI::ExistingFile)
+        ->excludes(answer);
     command.add_option("--product", options->product, "The device's product name; small models have no IPS")
         ->type_name("NAME");
     return options;

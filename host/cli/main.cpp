@@ -42,6 +42,10 @@ void add_global_options(CLI::App& app, GlobalOptions& options)
         ->delimiter(path_separator)
         ->allow_extra_args(false)
         ->capture_default_str();
+    app.add_option("--catalogue", options.catalogue, "The emulated device's predefined signatures")
+        ->type_name("FILE")
+        ->envname("QN_IPS_CATALOGUE")
+        ->capture_default_str();
     app.set_version_flag("--version", "qn-ips " QN_IPS_VERSION);
 }
 
@@ -78,14 +82,15 @@ int report(const CLI::App& app, const CLI::ParseError& error)
 int run(int argc, char** argv)
 {
     CLI::App app("Stand-alone host of the intrusion-prevention configuration module", "qn-ips");
-    GlobalOptions options{.module = QN_IPS_DEFAULT_MODULE, .yang = default_yang_folders()};
+    GlobalOptions options{
+        .module = QN_IPS_DEFAULT_MODULE, .yang = default_yang_folders(), .catalogue = QN_IPS_DEFAULT_CATALOGUE};
     add_global_options(app, options);
     app.fallthrough();            // global options may also stand behind the subcommand
     app.require_subcommand(0, 1); // not 1, which reports a mistyped command as a missing one
 
     const std::vector<Command> commands = {
-        add_plan_command(app, options),  add_get_config_command(app, options),   add_get_state_command(app, options),
-        add_nodes_command(app, options), add_check_module_command(app, options),
+        add_plan_command(app, options),      add_apply_command(app, options), add_get_config_command(app, options),
+        add_get_state_command(app, options), add_nodes_command(app, options), add_check_module_command(app, options),
     };
 
     try {

@@ -216,6 +216,17 @@ TreePtr YangSchema::parse_configuration(std::string_view xml) const
     return TreePtr(first);
 }
 
+std::string tree_text(const lyd_node* first)
+{
+    if (first == nullptr)
+        return {};
+    char* text = nullptr;
+    if (lyd_print_mem(&text, first, LYD_XML, LYD_PRINT_WITHSIBLINGS) != LY_SUCCESS)
+        throw std::runtime_error("a configuration cannot be printed");
+    const std::unique_ptr<char, decltype(&std::free)> owned(text, std::free);
+    return text;
+}
+
 std::string schema_path(const lysc_node* node)
 {
     std::string path;

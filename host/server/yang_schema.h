@@ -63,6 +63,9 @@ private:
     const lys_module* module_ = nullptr;
 };
 
+// The XML text of a tree with its siblings, indented; empty for none. Throws std::runtime_error when libyang fails.
+std::string tree_text(const lyd_node* first);
+
 // The schema path of a node with the module's prefix on each step, as the node table writes it.
 std::string schema_path(const lysc_node* node);
 

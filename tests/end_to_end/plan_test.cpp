@@ -44,9 +44,10 @@ std::vector<std::string> case_names()
 }
 
 // What depends on the machine and the version, and the word that stands for it in the golden files.
-const std::array<std::pair<std::string, std::string>, 7> places = {{
+const std::array<std::pair<std::string, std::string>, 8> places = {{
     {QN_IPS_EXAMPLES, "@EXAMPLES@"},
     {QN_IPS_MODULE, "@MODULE@"},
+    {QN_IPS_CATALOGUE, "@CATALOGUE@"},
     {QN_IPS_PROGRAM, "@PROGRAM@"},
     {QN_IPS_YANG_DIR, "@YANG@"},
     {QN_IPS_INSTALLED_YANG_DIR, "@INSTALLED_YANG@"},

@@ -16,6 +16,7 @@ file(REMOVE_RECURSE "${scratch}")
 run("${CMAKE_COMMAND}" --install "${build_dir}" --prefix "${prefix}")
 require_file("${prefix}/${libdir}/quorin-intrusion-prevention/quorin-intrusion-prevention.so")
 require_file("${prefix}/share/quorin-intrusion-prevention/yang/quorin-intrusion-prevention.yang")
+require_file("${prefix}/share/quorin-intrusion-prevention/signature-catalogue.txt")
 require_file("${prefix}/include/transapi/transapi.h")
 require_file("${prefix}/bin/qn-ips")
 

@@ -1,0 +1,137 @@
+#include "platform/device_view.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "transapi/netconf_error.h"
+
+namespace qnips
+{
+
+namespace
+{
+
+constexpr std::string_view profile_prefix = "profile-ips-";
+constexpr std::string_view set_infix = "-sigset-";
+constexpr std::string_view signature_prefix = "ips-signature-";
+constexpr std::string_view rule_infix = "-rule-";
+constexpr std::string_view management_prefix = "vsys-";
+
+DevicePath profile_path(std::string_view vsys, std::string_view profile)
+{
+    return below(below(vsys_path(vsys), "profiles"), "profile", std::string(profile));
+}
+
+DevicePath signature_path(std::string_view vsys, std::string_view id)
+{
+    return below(below(vsys_path(vsys), "user-defined-signatures"), "signature", std::string(id));
+}
+
+// A profile's name may hold the text that stands between it and the set's, so every place of it is tried.
+std::optional<Place> find_set(const DeviceTree& device, std::string_view vsys, std::string_view names)
+{
+    for (std::size_t at = names.find(set_infix); at != std::string_view::npos; at = names.find(set_infix, at + 1)) {
+        const std::string set(names.substr(at + set_infix.size()));
+        DevicePath path = below(below(profile_path(vsys, names.substr(0, at)), "signature-sets"), "signature-set", set);
+        if (device.find(path) != nullptr)
+            return Place{View::signature_set, std::move(path)};
+    }
+    return std::nullopt;
+}
+
+std::optional<Place> find_rule(const DeviceTree& device, std::string_view vsys, std::string_view names)
+{
+    const std::size_t at = names.find(rule_infix);
+    if (at == std::string_view::npos)
+        return std::nullopt;
+    DevicePath path =
+        rule_path(device, signature_path(vsys, names.substr(0, at)), names.substr(at + rule_infix.size()));
+    if (device.find(path) == nullptr)
+        return std::nullopt;
+    return Place{View::rule, std::move(path)};
+}
+
+std::optional<Place> existing(const DeviceTree& device, View view, DevicePath path)
+{
+    if (device.find(path) == nullptr)
+        return std::nullopt;
+    return Place{view, std::move(path)};
+}
+
+// The view without its prefix; nothing when it is another kind of view.
+std::optional<std::string_view> without(std::string_view prefix, std::string_view view)
+{
+    if (!view.starts_with(prefix))
+        return std::nullopt;
+    return view.substr(prefix.size());
+}
+
+// The view of an object of a virtual system; nothing when it does not exist.
+std::optional<Place> object_view(const DeviceTree& device, const std::string& vsys, std::string_view type,
+                                 std::string_view view)
+{
+    const bool of_profile = type == "profile-ips" || type == "ips-sigset";
+    const bool of_signature = type == "ips-signature" || type == "ips-signature-rule";
+    if (!of_profile && !of_signature)
+        return std::nullopt;
+    const auto names = without(of_profile ? profile_prefix : signature_prefix, view);
+    if (!names)
+        return std::nullopt;
+    if (type == "profile-ips")
+        return existing(device, View::profile, profile_path(vsys, *names));
+    if (type == "ips-sigset")
+        return find_set(device, vsys, *names);
+    if (type == "ips-signature")
+        return existing(device, View::signature, signature_path(vsys, *names));
+    return find_rule(device, vsys, *names);
+}
+
+std::optional<Place> place_of(const DeviceTree& device, const CommandLine& line)
+{
+    if (!line.view_type) {
+        if (line.view != "system")
+            return std::nullopt;
+        return line.vsys ? Place{View::vsys, vsys_path(*line.vsys)} : Place{View::device, {}};
+    }
+    if (!line.vsys)
+        return std::nullopt;
+    if (*line.view_type != "mgmt-vsys")
+        return object_view(device, *line.vsys, *line.view_type, line.view);
+    const auto vsys = without(management_prefix, line.view);
+    if (*line.vsys != "public" || !vsys)
+        return std::nullopt;
+    return Place{View::management, vsys_path(*vsys)};
+}
+
+} // namespace
+
+DevicePath below(DevicePath path, std::string name, std::string key)
+{
+    path.push_back({std::move(name), std::move(key)});
+    return path;
+}
+
+DevicePath vsys_path(std::string_view vsys)
+{
+    return {{"user-defined-ips", ""}, {"vsys", std::string(vsys)}};
+}
+
+DevicePath rule_path(const DeviceTree& device, const DevicePath& signature, std::string_view rule)
+{
+    const DevicePath information = below(signature, "signature-rule-information");
+    const DevicePath protocol = below(information, "protocol-rules");
+    const DevicePath rules =
+        device.find(protocol) != nullptr ? below(protocol, "rules") : below(information, "associated-rule");
+    return below(rules, "signature-rule", std::string(rule));
+}
+
+std::variant<Place, PlatformError> find_place(const DeviceTree& device, const CommandLine& line)
+{
+    if (std::optional<Place> place = place_of(device, line))
+        return *std::move(place);
+    const std::string vsys = line.vsys ? "virtual system " + *line.vsys : std::string("the device");
+    return PlatformError{NC_ERR_SET_VIEW, vsys + " has no view " + line.view, line};
+}
+
+} // namespace qnips
