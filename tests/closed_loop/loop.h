@@ -1,0 +1,87 @@
+// A datastore and an emulated device behind the real module, and what has to hold between them after each edit.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "command_coverage.h"
+#include "host/server/configuration_model.h"
+#include "platform/emulator.h"
+#include "server/edit_engine.h"
+#include "server/module_loader.h"
+#include "server/node_table.h"
+#include "server/yang_schema.h"
+
+namespace qnips::test
+{
+
+struct World {
+    PluginModule module{QN_IPS_MODULE};
+    YangSchema schema{{QN_IPS_YANG_DIR, QN_IPS_IETF_YANG_DIR}};
+    NodeTable table{module.rows(), schema};
+    SignatureCatalogue catalogue = SignatureCatalogue::load(QN_IPS_CATALOGUE);
+};
+// Made once for all tests of the program.
+const World& world();
+
+// A device that counts what takes effect on it.
+class CountedDevice final : public CommandPlatform
+{
+public:
+    std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) override;
+    void remove_vsys(std::string_view name) override;
+    PlatformAnswer configuration() override { return device_.configuration(); }
+    PlatformAnswer state() override { return device_.state(); }
+    PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override
+    {
+        return device_.first_signature_set(vsys, profile);
+    }
+
+    // Scripts with lines, and virtual systems that have gone.
+    [[nodiscard]] std::size_t effects() const { return effects_; }
+
+private:
+    EmulatedPlatform device_{world().catalogue};
+    std::size_t effects_ = 0;
+};
+
+class Loop
+{
+public:
+    Loop();
+
+    // What became of an edit. `reason` is the refusal's; `effects` counts what had reached the device.
+    struct Outcome {
+        bool accepted = false;
+        std::string reason;
+        std::size_t effects = 0;
+    };
+    Outcome edit(const std::string& default_operation, const std::string& edit_xml);
+
+    // Everything in which datastore and device differ, a line each; empty if nothing.
+    [[nodiscard]] std::string difference();
+
+    // Why a read of the device, completed from the datastore, is not what the datastore has; empty when it is. For a
+    // device and a datastore without a difference.
+    [[nodiscard]] std::string completion_fault();
+
+    [[nodiscard]] Config running() const { return config_of(engine_.running().first()); }
+    [[nodiscard]] std::string device_text() { return device_->configuration().text(); }
+    // What accepted edits have sent.
+    [[nodiscard]] const CommandCoverage& commands() const { return commands_; }
+
+    // Puts a fresh device in the place of this one and gives it the datastore's configuration. The reason when the
+    // device does not accept it.
+    std::string replace_device();
+
+private:
+    EditEngine engine_;
+    std::unique_ptr<CountedDevice> device_;
+    CommandCoverage commands_;
+};
+
+// A whole configuration as the content of an edit.
+std::string edit_xml_of(const Config& config);
+
+} // namespace qnips::test
