@@ -5,22 +5,22 @@
 namespace qnips
 {
 
-std::string_view name_of(View view)
+std::string_view name_of(CommandView view)
 {
     switch (view) {
-    case View::device:
+    case CommandView::device:
         return "device";
-    case View::vsys:
+    case CommandView::vsys:
         return "vsys";
-    case View::management:
+    case CommandView::management:
         return "management";
-    case View::profile:
+    case CommandView::profile:
         return "profile";
-    case View::signature_set:
+    case CommandView::signature_set:
         return "signature-set";
-    case View::signature:
+    case CommandView::signature:
         return "signature";
-    case View::rule:
+    case CommandView::rule:
         return "rule";
     }
     return "";
@@ -39,7 +39,7 @@ CommandPattern operator""_cmd(const char* text, std::size_t length)
 // In the order in which lines are tried: within a view the longer of two commands that start alike comes first.
 std::span<const Command> commands()
 {
-    using enum View;
+    using enum CommandView;
     using enum Meaning;
     // clang-format off
     static const std::array table = {

@@ -11,7 +11,7 @@ namespace qnips
 {
 
 // Where a line is executed. The node of a row's command is below the view's node.
-enum class View {
+enum class CommandView {
     device,        // the device itself
     vsys,          // a virtual system
     management,    // a virtual system, seen from the root system
@@ -22,7 +22,7 @@ enum class View {
 };
 
 // How messages and tests call it.
-std::string_view name_of(View view);
+std::string_view name_of(CommandView view);
 
 enum class Meaning {
     create,      // an entry, which may be there already
@@ -48,7 +48,7 @@ enum class Meaning {
 // leaf that a line stands for without naming it: "leaf=value", or "leaf=<part>" for the value of a part when the leaf's
 // own is missing.
 struct Command {
-    View view;
+    CommandView view;
     CommandPattern pattern;
     Meaning meaning;
     std::string_view node;

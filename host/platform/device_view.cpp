@@ -35,7 +35,7 @@ std::optional<Place> find_set(const DeviceTree& device, std::string_view vsys, s
         const std::string set(names.substr(at + set_infix.size()));
         DevicePath path = below(below(profile_path(vsys, names.substr(0, at)), "signature-sets"), "signature-set", set);
         if (device.find(path) != nullptr)
-            return Place{View::signature_set, std::move(path)};
+            return Place{CommandView::signature_set, std::move(path)};
     }
     return std::nullopt;
 }
@@ -49,10 +49,10 @@ std::optional<Place> find_rule(const DeviceTree& device, std::string_view vsys, 
         rule_path(device, signature_path(vsys, names.substr(0, at)), names.substr(at + rule_infix.size()));
     if (device.find(path) == nullptr)
         return std::nullopt;
-    return Place{View::rule, std::move(path)};
+    return Place{CommandView::rule, std::move(path)};
 }
 
-std::optional<Place> existing(const DeviceTree& device, View view, DevicePath path)
+std::optional<Place> existing(const DeviceTree& device, CommandView view, DevicePath path)
 {
     if (device.find(path) == nullptr)
         return std::nullopt;
@@ -79,11 +79,11 @@ std::optional<Place> object_view(const DeviceTree& device, const std::string& vs
     if (!names)
         return std::nullopt;
     if (type == "profile-ips")
-        return existing(device, View::profile, profile_path(vsys, *names));
+        return existing(device, CommandView::profile, profile_path(vsys, *names));
     if (type == "ips-sigset")
         return find_set(device, vsys, *names);
     if (type == "ips-signature")
-        return existing(device, View::signature, signature_path(vsys, *names));
+        return existing(device, CommandView::signature, signature_path(vsys, *names));
     return find_rule(device, vsys, *names);
 }
 
@@ -92,7 +92,7 @@ std::optional<Place> place_of(const DeviceTree& device, const CommandLine& line)
     if (!line.view_type) {
         if (line.view != "system")
             return std::nullopt;
-        return line.vsys ? Place{View::vsys, vsys_path(*line.vsys)} : Place{View::device, {}};
+        return line.vsys ? Place{CommandView::vsys, vsys_path(*line.vsys)} : Place{CommandView::device, {}};
     }
     if (!line.vsys)
         return std::nullopt;
@@ -101,7 +101,7 @@ std::optional<Place> place_of(const DeviceTree& device, const CommandLine& line)
     const auto vsys = without(management_prefix, line.view);
     if (*line.vsys != "public" || !vsys)
         return std::nullopt;
-    return Place{View::management, vsys_path(*vsys)};
+    return Place{CommandView::management, vsys_path(*vsys)};
 }
 
 } // namespace

@@ -11,7 +11,7 @@ namespace qnips
 {
 
 struct Place {
-    View view;
+    CommandView view;
     DevicePath node;
 };
 

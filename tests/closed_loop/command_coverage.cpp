@@ -13,22 +13,22 @@ namespace
 {
 
 // The type of a view that lines name, or which of the two without a type it is.
-std::string kind_of(View view)
+std::string kind_of(CommandView view)
 {
     switch (view) {
-    case View::device:
+    case CommandView::device:
         return "device";
-    case View::vsys:
+    case CommandView::vsys:
         return "vsys";
-    case View::management:
+    case CommandView::management:
         return "mgmt-vsys";
-    case View::profile:
+    case CommandView::profile:
         return "profile-ips";
-    case View::signature_set:
+    case CommandView::signature_set:
         return "ips-sigset";
-    case View::signature:
+    case CommandView::signature:
         return "ips-signature";
-    case View::rule:
+    case CommandView::rule:
         return "ips-signature-rule";
     }
     return {};
