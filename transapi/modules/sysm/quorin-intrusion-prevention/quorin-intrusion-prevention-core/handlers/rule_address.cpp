@@ -82,11 +82,15 @@ static void address_line(const IPS_RULE_INFO *pstRule, const ADDRESS_DIRECTION *
 }
 
 static int rule_address(int op, xmlNodePtr node, API_ENV_S *env, int iIsDelete, const ADDRESS_DIRECTION *pstDirection,
-                        const IPS_RULE_INFO *pstRule, const char *pcFailure)
+                        const char *pcHandler, const char *pcFailure)
 {
+    IPS_RULE_INFO stRule;
     RULE_ADDRESS stAddress = {};
     int iResult = 0;
 
+    ips_handler_enter(env, pcHandler, __LINE__, op);
+    if (!ips_basic_rule_begin(env, {7, 5, 3, 1}, 1, &stRule, pcHandler, __LINE__, &iResult))
+        return iResult;
     const char *pcValue = get_node_content(node);
     if (!ips_value_check(env, pcValue, &iResult))
         return iResult;
@@ -97,17 +101,17 @@ static int rule_address(int op, xmlNodePtr node, API_ENV_S *env, int iIsDelete, 
     if (ips_op_is_plain_set(op)) {
         if (!address_check(env, &stAddress, &iResult))
             return iResult;
-        address_line(pstRule, pstDirection, &stAddress);
+        address_line(&stRule, pstDirection, &stAddress);
     } else if (ips_op_has(op, XMLDIFF_MOD)) {
         if (!conflict_check(env, node, stAddress.cIsIpv6, pstDirection, &iResult) ||
             !address_check(env, &stAddress, &iResult))
             return iResult;
         if (iIsDelete == 1)
-            change_undo_line(env, pstRule, pstDirection);
+            change_undo_line(env, &stRule, pstDirection);
         else
-            address_line(pstRule, pstDirection, &stAddress);
+            address_line(&stRule, pstDirection, &stAddress);
     } else if (ips_op_is_undo(op)) {
-        ips_rule_undo_line(env, pstRule, pstDirection->pcUndoLine);
+        ips_rule_undo_line(env, &stRule, pstDirection->pcUndoLine);
     } else {
         ips_op_unknown(op);
     }
@@ -173,25 +177,30 @@ static void range_line(const IPS_RULE_INFO *pstRule, const ADDRESS_DIRECTION *ps
 /* A change of one end arrives as a change below the container, at the set entry point and at the removal entry point:
  * the first sends the whole range again, the second takes it away. */
 static int rule_range(int op, xmlNodePtr node, API_ENV_S *env, int iIsDelete, const ADDRESS_DIRECTION *pstDirection,
-                      const IPS_RULE_INFO *pstRule, const char *pcFailure)
+                      const char *pcHandler, const char *pcFailure)
 {
+    IPS_RULE_INFO stRule;
     RULE_RANGE stRange = {};
     int iResult = 0;
 
+    ips_handler_enter(env, pcHandler, __LINE__, op);
+    if (!ips_basic_rule_begin(env, {7, 5, 3, 1}, 1, &stRule, pcHandler, __LINE__, &iResult))
+        return iResult;
+
     if (ips_op_is_undo(op)) {
-        ips_rule_undo_line(env, pstRule, pstDirection->pcUndoLine);
+        ips_rule_undo_line(env, &stRule, pstDirection->pcUndoLine);
     } else if (ips_op_is_restore(op)) {
         if (!range_get(env, node, &stRange, &iResult))
             return iResult;
-        range_line(pstRule, pstDirection, &stRange);
+        range_line(&stRule, pstDirection, &stRange);
     } else if (ips_op_is_change(op)) {
         if (!range_get(env, node, &stRange, &iResult) ||
             !conflict_check(env, node, stRange.cIsIpv6, pstDirection, &iResult))
             return iResult;
         if (iIsDelete == 1)
-            change_undo_line(env, pstRule, pstDirection);
+            change_undo_line(env, &stRule, pstDirection);
         else
-            range_line(pstRule, pstDirection, &stRange);
+            range_line(&stRule, pstDirection, &stRange);
     } else {
         ips_op_unknown(op);
     }
@@ -203,52 +212,28 @@ extern "C" {
 /* .../qn-ips:signature-rule/qn-ips:source-ip */
 int IPS_UD_SigRuleSourceIP(int op, xmlNodePtr node, API_ENV_S *env, int iIsDelete)
 {
-    IPS_RULE_INFO stRule;
-    int iResult = 0;
-
-    ips_handler_enter(env, __func__, __LINE__, op);
-    if (!ips_basic_rule_begin(env, {7, 5, 3, 1}, 1, &stRule, __func__, __LINE__, &iResult))
-        return iResult;
-    return rule_address(op, node, env, iIsDelete, &SOURCE, &stRule,
+    return rule_address(op, node, env, iIsDelete, &SOURCE, __func__,
                         "[IPS]ERROR: The leaf of signature rule source-ip is wrong.\r\n\r");
 }
 
 /* .../qn-ips:signature-rule/qn-ips:source-ip-range */
 int IPS_UD_SigRuleSourceIP_Range(int op, xmlNodePtr node, API_ENV_S *env, int iIsDelete)
 {
-    IPS_RULE_INFO stRule;
-    int iResult = 0;
-
-    ips_handler_enter(env, __func__, __LINE__, op);
-    if (!ips_basic_rule_begin(env, {7, 5, 3, 1}, 1, &stRule, __func__, __LINE__, &iResult))
-        return iResult;
-    return rule_range(op, node, env, iIsDelete, &SOURCE, &stRule,
+    return rule_range(op, node, env, iIsDelete, &SOURCE, __func__,
                       "[IPS]ERROR: The leaf of signature rule source-range is wrong.\r\n\r");
 }
 
 /* .../qn-ips:signature-rule/qn-ips:destination-ip */
 int IPS_UD_SigRuleDesIP(int op, xmlNodePtr node, API_ENV_S *env, int iIsDelete)
 {
-    IPS_RULE_INFO stRule;
-    int iResult = 0;
-
-    ips_handler_enter(env, __func__, __LINE__, op);
-    if (!ips_basic_rule_begin(env, {7, 5, 3, 1}, 1, &stRule, __func__, __LINE__, &iResult))
-        return iResult;
-    return rule_address(op, node, env, iIsDelete, &DESTINATION, &stRule,
+    return rule_address(op, node, env, iIsDelete, &DESTINATION, __func__,
                         "[IPS]ERROR: The leaf of signature rule destination-ip is wrong.\r\n\r");
 }
 
 /* .../qn-ips:signature-rule/qn-ips:destination-ip-range */
 int IPS_UD_SigRuleDesIP_Range(int op, xmlNodePtr node, API_ENV_S *env, int iIsDelete)
 {
-    IPS_RULE_INFO stRule;
-    int iResult = 0;
-
-    ips_handler_enter(env, __func__, __LINE__, op);
-    if (!ips_basic_rule_begin(env, {7, 5, 3, 1}, 1, &stRule, __func__, __LINE__, &iResult))
-        return iResult;
-    return rule_range(op, node, env, iIsDelete, &DESTINATION, &stRule,
+    return rule_range(op, node, env, iIsDelete, &DESTINATION, __func__,
                       "[IPS]ERROR: The leaf of signature rule destination-ip-range is wrong.\r\n\r");
 }
 }
