@@ -4,10 +4,12 @@ find_package(LibXml2 REQUIRED)
 find_package(fmt REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)
+find_package(SQLite3 REQUIRED)
 find_package(Threads REQUIRED)
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(libyang REQUIRED IMPORTED_TARGET "libyang>=2.1" "libyang<3")
+pkg_check_modules(libedit REQUIRED IMPORTED_TARGET libedit)
 
 if(BUILD_TESTING OR QN_IPS_BUILD_FUZZ)
     find_package(GTest REQUIRED)
