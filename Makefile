@@ -3,7 +3,7 @@ PREFIX  ?= /usr/local
 DESTDIR ?=
 ENSURE  := tools/ensure-packages.sh
 
-.PHONY: help run test lint docs bench fuzz loop coverage install clean
+.PHONY: help run test lint docs bench fuzz loop kill coverage install clean
 
 help:
 	@echo "make run        build, and carry an example edit out on an emulated device"
@@ -13,6 +13,7 @@ help:
 	@echo "make bench      benchmarks, optimised build"
 	@echo "make fuzz       fuzz every harness for FUZZ_SECONDS (60) seconds"
 	@echo "make loop       LOOP_EDITS (1000000) random edits to the emulated device, optimised build; LOOP_SEED"
+	@echo "make kill       kills a host, its store and its device KILLS (500) times each, optimised build"
 	@echo "make coverage   line and branch coverage of the suite, in build/coverage"
 	@echo "make install    into PREFIX ($(PREFIX)), below DESTDIR for packaging"
 	@echo "make clean      remove build/"
@@ -56,6 +57,14 @@ loop:
 	@cmake --build build/loop --target closed_loop_test
 	QN_IPS_EDITS=$(or $(LOOP_EDITS),1000000) QN_IPS_SEED=$(or $(LOOP_SEED),1) \
 		build/loop/tests/closed_loop/closed_loop_test
+
+kill:
+	@$(ENSURE) test
+	@cmake --preset release -B build/loop -D BUILD_TESTING=ON >/dev/null
+	@cmake --build build/loop --target transaction_test host_store_test host_platform_test
+	QN_IPS_KILLS=$(or $(KILLS),500) build/loop/tests/closed_loop/transaction_test --gtest_filter='Crash*'
+	QN_IPS_KILLS=$(or $(KILLS),500) build/loop/tests/host/store/host_store_test --gtest_filter='*Crash*:*Kill*'
+	QN_IPS_KILLS=$(or $(KILLS),500) build/loop/tests/host/platform/host_platform_test --gtest_filter='*Crash*:*Kill*'
 
 coverage:
 	@$(ENSURE) coverage

@@ -33,7 +33,12 @@ Command add_plan_command(CLI::App& app, const GlobalOptions& options);
 Command add_apply_command(CLI::App& app, const GlobalOptions& options);
 Command add_get_config_command(CLI::App& app, const GlobalOptions& options);
 Command add_get_state_command(CLI::App& app, const GlobalOptions& options);
+Command add_history_command(CLI::App& app, const GlobalOptions& options);
+Command add_show_command(CLI::App& app, const GlobalOptions& options);
+Command add_rollback_command(CLI::App& app, const GlobalOptions& options);
+Command add_drift_command(CLI::App& app, const GlobalOptions& options);
 Command add_nodes_command(CLI::App& app, const GlobalOptions& options);
+Command add_console_command(CLI::App& app, const GlobalOptions& options);
 Command add_check_module_command(CLI::App& app, const GlobalOptions& options);
 
 } // namespace qnips::cli

@@ -24,7 +24,7 @@ struct PlanOptions {
     bool trace = false;
 };
 
-EditOutcome dry_run(const GlobalOptions& global, const EditFiles& files)
+EditReport dry_run(const GlobalOptions& global, const EditFiles& files)
 {
     const std::string edit = read_file(files.edit);
     const PluginModule module(global.module);
@@ -45,7 +45,7 @@ EditOutcome dry_run(const GlobalOptions& global, const EditFiles& files)
 ExitCode run(const GlobalOptions& global, const PlanOptions& options)
 {
     try {
-        const EditOutcome result = dry_run(global, options.files);
+        const EditReport result = dry_run(global, options.files);
         if (options.json)
             print_json(result);
         else

@@ -23,29 +23,48 @@ namespace
 struct ReadOptions {
     std::filesystem::path answer;  // of a command platform; empty: an emulated device is read
     std::filesystem::path running; // of the emulated device; empty: it has no configuration
+    std::filesystem::path state;   // of an emulated device that is kept
     std::optional<std::string> product;
 };
 
-using Read = std::string (*)(const PluginModule& module, CommandPlatform& platform);
+// What is read of a command platform that answers from a file, and of an emulated device.
+struct Read {
+    std::string (*from_platform)(const PluginModule& module, CommandPlatform& platform);
+    std::string (*from_device)(EmulatedDevice& device);
+};
 
-std::string read_device(const GlobalOptions& global, const std::filesystem::path& running, Read read)
+// Running as a client reads it: with what the device does not know.
+std::string read_running_of(EmulatedDevice& device)
 {
-    EmulatedDevice device(global);
-    if (!running.empty())
-        device.bring_up(running);
-    return read(device.module(), device.platform());
+    return device.running();
 }
 
-ExitCode run(const GlobalOptions& global, const ReadOptions& options, const FilePlatform::Answers& answers, Read read)
+std::string read_state_of(EmulatedDevice& device)
+{
+    return read_state(device.module(), device.platform());
+}
+
+std::string read_device(const GlobalOptions& global, const ReadOptions& options, const Read& read)
+{
+    EmulatedDevice device(global, options.state);
+    if (!options.running.empty())
+        device.bring_up(options.running);
+    if (!options.state.empty())
+        device.start();
+    return read.from_device(device);
+}
+
+ExitCode run(const GlobalOptions& global, const ReadOptions& options, const FilePlatform::Answers& answers,
+             const Read& read)
 {
     const ProductName product(options.product);
     std::string text;
     if (options.answer.empty()) {
-        text = read_device(global, options.running, read);
+        text = read_device(global, options, read);
     } else {
         const PluginModule module(global.module);
         FilePlatform platform(answers);
-        text = read(module, platform);
+        text = read.from_platform(module, platform);
     }
     if (!text.empty() && text.back() != '\n')
         text += '\n';
@@ -65,6 +84,7 @@ std::shared_ptr<ReadOptions> add_options(CLI::App& command)
         ->type_name("RUNNING.xml")
         ->check(CLI::ExistingFile)
         ->excludes(answer);
+    add_state_option(command, options->state)->excludes(answer)->excludes("--running");
     command.add_option("--product", options->product, "The device's product name; small models have no IPS")
         ->type_name("NAME");
     return options;
@@ -77,7 +97,8 @@ Command add_get_config_command(CLI::App& app, const GlobalOptions& options)
     CLI::App* command = app.add_subcommand("get-config", "Read the configuration through the module");
     const auto read = add_options(*command);
     return {command, [&options, read] {
-                return run(options, *read, {.configuration = read->answer, .state = std::nullopt}, read_configuration);
+                return run(options, *read, {.configuration = read->answer, .state = std::nullopt},
+                           {read_configuration, read_running_of});
             }};
 }
 
@@ -86,7 +107,8 @@ Command add_get_state_command(CLI::App& app, const GlobalOptions& options)
     CLI::App* command = app.add_subcommand("get-state", "Read the state through the module");
     const auto read = add_options(*command);
     return {command, [&options, read] {
-                return run(options, *read, {.configuration = std::nullopt, .state = read->answer}, read_state);
+                return run(options, *read, {.configuration = std::nullopt, .state = read->answer},
+                           {read_state, read_state_of});
             }};
 }
 

@@ -34,15 +34,6 @@ std::string_view operation_name(int command_operation)
 
 // ------------------------------------------------------------------------------------------------------- text --
 
-std::string place(const CommandLine& line)
-{
-    std::string text = line.vsys ? fmt::format("vsys {}, ", *line.vsys) : std::string();
-    text += fmt::format("view {}", line.view);
-    if (line.view_type)
-        text += fmt::format(", type {}", *line.view_type);
-    return text;
-}
-
 std::string cause(const CallbackRecord& record)
 {
     return fmt::format("{}  {}  {}, priority {}", record.path, operation_names(record.op), record.callback,
@@ -72,7 +63,7 @@ void print_lines(const CallbackRecord& record, std::size_t& number)
 {
     for (const CommittedScript& script : record.scripts) {
         for (const CommandLine& line : script.lines)
-            fmt::print("{:>4}  {}\n      {} ({})\n      {}\n\n", ++number, line.text, place(line),
+            fmt::print("{:>4}  {}\n      {} ({})\n      {}\n\n", ++number, line.text, place_of(line),
                        operation_name(script.operation), cause(record));
     }
 }
@@ -93,11 +84,6 @@ void print_trace(const PassResult& pass)
     for (const CallbackRecord& record : pass.trace)
         fmt::print("  {}{}\n", cause(record), record.covered ? "  (covered by the removal above it)" : "");
     fmt::print("\n");
-}
-
-std::string counted(std::size_t number, std::string_view what)
-{
-    return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
 }
 
 // ------------------------------------------------------------------------------------------------------- JSON --
@@ -136,7 +122,12 @@ Json as_json(const CallbackRecord& record)
 
 } // namespace
 
-void print_text(const EditOutcome& result, bool trace)
+std::string counted(std::size_t number, std::string_view what)
+{
+    return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
+}
+
+void print_text(const EditReport& result, bool trace)
 {
     const PassResult& pass = result.pass;
     std::size_t number = 0;
@@ -159,7 +150,7 @@ void print_text(const EditOutcome& result, bool trace)
     fmt::print("\n");
 }
 
-void print_json(const EditOutcome& result)
+void print_json(const EditReport& result)
 {
     const PassResult& pass = result.pass;
     const Totals sum = totals(pass);
@@ -182,6 +173,11 @@ void print_refusal_json(const RpcError& error)
 void print_refusal_text(const RpcError& error, std::string_view consequence)
 {
     fmt::print(stderr, "qn-ips: error: the edit is refused, {}\n", consequence);
+    print_error_text(error);
+}
+
+void print_error_text(const RpcError& error)
+{
     if (!error.path().empty())
         fmt::print(stderr, "  node:   {}\n", error.path());
     fmt::print(stderr, "  tag:    {}{}\n  reason: {}\n", error.tag(),

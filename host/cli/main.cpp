@@ -89,8 +89,12 @@ int run(int argc, char** argv)
     app.require_subcommand(0, 1); // not 1, which reports a mistyped command as a missing one
 
     const std::vector<Command> commands = {
-        add_plan_command(app, options),      add_apply_command(app, options), add_get_config_command(app, options),
-        add_get_state_command(app, options), add_nodes_command(app, options), add_check_module_command(app, options),
+        add_plan_command(app, options),         add_apply_command(app, options),
+        add_get_config_command(app, options),   add_get_state_command(app, options),
+        add_history_command(app, options),      add_show_command(app, options),
+        add_rollback_command(app, options),     add_drift_command(app, options),
+        add_console_command(app, options),      add_nodes_command(app, options),
+        add_check_module_command(app, options),
     };
 
     try {

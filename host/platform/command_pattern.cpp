@@ -197,6 +197,65 @@ bool CommandPattern::match_one(const Part& part, std::string_view& line, Capture
     return false;
 }
 
+std::vector<NextWord> CommandPattern::next_words(std::string_view line) const
+{
+    std::vector<NextWord> next;
+    walk(parts_, line, next);
+    return next;
+}
+
+// Goes along the parts as far as the line does. Where it ends, an optional part and what stands behind it may follow.
+CommandPattern::Walk CommandPattern::walk(const std::vector<Part>& parts, std::string_view& line,
+                                          std::vector<NextWord>& next)
+{
+    Captures unused;
+    for (const Part& part : parts) {
+        skip_blanks(line);
+        if (part.kind == Part::Kind::optional) {
+            std::string_view rest = line;
+            const Walk inner = walk(part.parts, rest, next);
+            if (inner == Walk::within && !line.empty())
+                return inner;
+            if (inner == Walk::through)
+                line = rest;
+        } else if (line.empty()) {
+            add_next(part, next);
+            return Walk::within;
+        } else if (!match_one(part, line, unused)) {
+            return Walk::failed;
+        }
+    }
+    return Walk::through;
+}
+
+void CommandPattern::add_next(const Part& part, std::vector<NextWord>& next)
+{
+    const std::string name(part.name);
+    switch (part.kind) {
+    case Part::Kind::word:
+        next.push_back({.text = name, .capture = {}});
+        break;
+    case Part::Kind::choice:
+        for (const Choice& choice : part.choices)
+            next.push_back({.text = std::string(choice.word), .capture = part.name});
+        break;
+    case Part::Kind::number:
+        next.push_back(
+            {.text = '<' + name + ':' + std::to_string(part.range.min) + ".." + std::to_string(part.range.max) + '>',
+             .capture = part.name,
+             .is_literal = false});
+        break;
+    case Part::Kind::rest:
+    case Part::Kind::text:
+        next.push_back({.text = '<' + name + (part.kind == Part::Kind::rest ? "...>" : ">"),
+                        .capture = part.name,
+                        .is_literal = false});
+        break;
+    case Part::Kind::optional:
+        break;
+    }
+}
+
 std::vector<std::string_view> CommandPattern::capture_names() const
 {
     std::vector<std::string_view> names;

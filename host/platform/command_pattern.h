@@ -37,6 +37,13 @@ private:
     std::vector<std::pair<std::string_view, std::string>> parts_;
 };
 
+// A word that a line may go on with.
+struct NextWord {
+    std::string text;         // the word, or the capture as a manual writes it: <id:1..1024>
+    std::string_view capture; // what the word is captured as; empty for a word of the command itself
+    bool is_literal = true;   // the text can be typed as it stands
+};
+
 class CommandPattern
 {
 public:
@@ -45,6 +52,9 @@ public:
 
     // Nothing when the line is another command.
     [[nodiscard]] std::optional<Captures> match(std::string_view line) const;
+
+    // What may come behind a line that holds whole words only. Nothing when the line is another command, or whole.
+    [[nodiscard]] std::vector<NextWord> next_words(std::string_view line) const;
 
     [[nodiscard]] std::string_view text() const { return text_; }
 
@@ -72,6 +82,9 @@ private:
     static Part parse_capture(std::string_view capture);
     static bool match_all(const std::vector<Part>& parts, std::string_view& line, Captures& captures);
     static bool match_one(const Part& part, std::string_view& line, Captures& captures);
+    enum class Walk { failed, within, through };
+    static Walk walk(const std::vector<Part>& parts, std::string_view& line, std::vector<NextWord>& next);
+    static void add_next(const Part& part, std::vector<NextWord>& next);
     static void collect_names(const std::vector<Part>& parts, std::vector<std::string_view>& names);
 
     std::string_view text_;

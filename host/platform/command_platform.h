@@ -72,8 +72,8 @@ public:
     virtual std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) = 0;
 
     // A virtual system has gone, and its configuration with it. No command line says so: virtual systems belong to the
-    // platform. One that never had a configuration is no error.
-    virtual void remove_vsys(std::string_view name) = 0;
+    // platform. One that never had a configuration is no error. An error means that the platform was not told.
+    virtual std::optional<PlatformError> remove_vsys(std::string_view name) = 0;
 
     // The device's configuration, as XML of the YANG module (its top-level elements).
     virtual PlatformAnswer configuration() = 0;

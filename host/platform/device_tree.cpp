@@ -1,9 +1,41 @@
 #include "platform/device_tree.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qnips
 {
+
+namespace
+{
+
+using EntryCount = std::pair<std::string, std::size_t>;
+
+// A child that has a key is one more of its list.
+void count_in(DeviceNode& node, const DeviceStep& child)
+{
+    if (child.key.empty())
+        return;
+    const auto count = std::ranges::find(node.entry_counts, child.name, &EntryCount::first);
+    if (count == node.entry_counts.end())
+        node.entry_counts.emplace_back(child.name, 1);
+    else
+        ++count->second;
+}
+
+void count_out(DeviceNode& node, const DeviceStep& child)
+{
+    if (!child.key.empty())
+        --std::ranges::find(node.entry_counts, child.name, &EntryCount::first)->second;
+}
+
+} // namespace
+
+std::size_t DeviceNode::count_of(std::string_view name) const
+{
+    const auto count = std::ranges::find(entry_counts, name, &EntryCount::first);
+    return count == entry_counts.end() ? 0 : count->second;
+}
 
 std::string to_string(const DevicePath& path)
 {
@@ -43,18 +75,35 @@ std::string_view DeviceTree::value(const DevicePath& path) const
 DeviceNode& DeviceTree::make(const DevicePath& path)
 {
     DeviceNode* node = &root_;
+    std::string_view holder;
     bool is_new = false;
     for (const DeviceStep& step : path) {
-        const auto [child, inserted] = node->children.try_emplace(step);
-        if (inserted) {
-            child->second = std::make_unique<DeviceNode>();
-            if (!is_new)
-                undo_.emplace_back([node, step] { node->children.erase(step); });
+        auto child = node->children.find(step);
+        if (child == node->children.end()) {
+            require_room(*node, holder, step);
+            child = node->children.emplace(step, std::make_unique<DeviceNode>()).first;
+            count_in(*node, step);
+            if (!is_new) {
+                undo_.emplace_back([node, step] {
+                    node->children.erase(step);
+                    count_out(*node, step);
+                });
+            }
             is_new = true;
         }
         node = child->second.get();
+        holder = step.name;
     }
     return *node;
+}
+
+void DeviceTree::require_room(const DeviceNode& node, std::string_view holder, const DeviceStep& entry) const
+{
+    if (entry.key.empty())
+        return;
+    const ListLimit* limit = limits_.find(holder, entry.name);
+    if (limit != nullptr && node.count_of(entry.name) >= limit->most)
+        throw ListFull(*limit);
 }
 
 void DeviceTree::set(const DevicePath& path, std::string value)
@@ -77,9 +126,13 @@ bool DeviceTree::erase(const DevicePath& path)
     auto taken = parent->children.extract(path.back());
     if (taken.empty())
         return false;
+    count_out(*parent, path.back());
     // A function object must be copyable, a node handle is not.
     auto kept = std::make_shared<DeviceNode::Children::node_type>(std::move(taken));
-    undo_.emplace_back([parent, kept] { parent->children.insert(std::move(*kept)); });
+    undo_.emplace_back([parent, kept] {
+        count_in(*parent, kept->key());
+        parent->children.insert(std::move(*kept));
+    });
 
     const bool is_container = !parent_path.empty() && parent_path.back().key.empty();
     if (is_container && parent->children.empty())
@@ -87,11 +140,37 @@ bool DeviceTree::erase(const DevicePath& path)
     return true;
 }
 
-void DeviceTree::set_order(const DevicePath& path, std::vector<std::string> order)
+void DeviceTree::set_order(const DevicePath& path, const std::vector<std::string>& order)
 {
     DeviceNode& node = make(path);
-    undo_.emplace_back([&node, old = node.order] { node.order = old; });
-    node.order = std::move(order);
+    // A function object must be copyable, an order is not.
+    undo_.emplace_back(
+        [&node, old = std::make_shared<UserOrder>(std::move(node.order))] { node.order = std::move(*old); });
+    node.order = UserOrder(order);
+}
+
+void DeviceTree::place(const DevicePath& path, const std::string& key, std::string_view next)
+{
+    DeviceNode& node = make(path);
+    remember_place(node, key);
+    node.order.place(key, next);
+}
+
+void DeviceTree::take_place(const DevicePath& path, const std::string& key)
+{
+    DeviceNode& node = make(path);
+    remember_place(node, key);
+    node.order.erase(key);
+}
+
+void DeviceTree::remember_place(DeviceNode& node, const std::string& key)
+{
+    if (!node.order.contains(key)) {
+        undo_.emplace_back([&node, key] { node.order.erase(key); });
+        return;
+    }
+    const std::string* next = node.order.next(key);
+    undo_.emplace_back([&node, key, next = next != nullptr ? *next : std::string()] { node.order.place(key, next); });
 }
 
 void DeviceTree::roll_back()

@@ -18,7 +18,13 @@ struct Place {
 // The place of a line, or NC_ERR_SET_VIEW when the device has no such view.
 std::variant<Place, PlatformError> find_place(const DeviceTree& device, const CommandLine& line);
 
-DevicePath vsys_path(std::string_view vsys);
+// A line for the place, without its text.
+CommandLine line_at(const Place& place);
+
+// The place that encloses the place: a profile's for a signature set, the device for a virtual system and for itself.
+Place place_above(const Place& place);
+
+DevicePath vsys_node_path(std::string_view vsys);
 
 // Where a signature's rules are: below its protocol if it has one, else in the associated rule.
 DevicePath rule_path(const DeviceTree& device, const DevicePath& signature, std::string_view rule);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/command_grammar.h"
+#include "platform/device_dump.h"
 #include "platform/device_state.h"
 #include "platform/device_view.h"
 #include "platform/device_xml.h"
@@ -112,11 +113,8 @@ private:
         const bool is_new = device_.find(node_) == nullptr;
         device_.set(node_);
         const std::string& name = node_.back().name;
-        if (is_new && name == "signature-set") {
-            std::vector<std::string> order = device_.find(parent())->order;
-            order.push_back(node_.back().key);
-            device_.set_order(parent(), std::move(order));
-        }
+        if (is_new && name == "signature-set")
+            device_.place(parent(), node_.back().key);
         if (is_new && name == "signature")
             device_.set(below(node_, "associated-enable"), "false"); // until a rule says otherwise
     }
@@ -125,11 +123,8 @@ private:
     {
         if (device_.find(node_) == nullptr)
             throw Impossible("there is no " + node_.back().name + " " + node_.back().key);
-        if (node_.back().name == "signature-set") {
-            std::vector<std::string> order = device_.find(parent())->order;
-            std::erase(order, node_.back().key);
-            device_.set_order(parent(), std::move(order));
-        }
+        if (node_.back().name == "signature-set")
+            device_.take_place(parent(), node_.back().key);
         device_.erase(node_);
     }
 
@@ -171,19 +166,19 @@ private:
     void move()
     {
         const DeviceNode* list = device_.find(parent());
-        std::vector<std::string> order = list == nullptr ? std::vector<std::string>() : list->order;
         const std::string& name = node_.back().key;
         const std::string& target = parts_.at("target");
         for (const std::string& wanted : {name, target}) {
-            if (std::ranges::find(order, wanted) == order.end())
+            if (list == nullptr || !list->order.contains(wanted))
                 throw Impossible("there is no signature-set " + wanted);
         }
         if (name == target)
             return;
-        std::erase(order, name);
-        const auto place = std::ranges::find(order, target);
-        order.insert(command_.meaning == Meaning::move_after ? place + 1 : place, name);
-        device_.set_order(parent(), std::move(order));
+        if (command_.meaning == Meaning::move_before)
+            return device_.place(parent(), name, target);
+        const std::string* next = list->order.next(target);
+        if (next == nullptr || *next != name) // else it stands there already
+            device_.place(parent(), name, next != nullptr ? std::string(*next) : std::string());
     }
 
     // all-application of application, and so on.
@@ -318,6 +313,8 @@ std::optional<PlatformError> execute_line(DeviceTree& device, const SignatureCat
             return std::nullopt;
         } catch (const Impossible& impossible) {
             return PlatformError{NC_ERR_COMMAND_EXECUTE, impossible.what(), line};
+        } catch (const ListFull& full) {
+            return PlatformError{NC_ERR_COMMAND_EXECUTE, full.what(), line};
         }
     }
     return PlatformError{NC_ERR_PARSE_COMMAND, "unknown command", line};
@@ -328,19 +325,38 @@ std::optional<PlatformError> execute_line(DeviceTree& device, const SignatureCat
 std::optional<PlatformError> EmulatedPlatform::execute(std::span<const CommandLine> script, int operation)
 {
     static_cast<void>(operation); // the lines say it all
+    std::optional<PlatformError> error = try_script(script);
+    if (!error)
+        accept();
+    return error;
+}
+
+std::optional<PlatformError> EmulatedPlatform::try_script(std::span<const CommandLine> script)
+{
     for (const CommandLine& line : script) {
         if (std::optional<PlatformError> error = execute_line(tree_, catalogue_, line)) {
-            tree_.roll_back();
+            take_back();
             return error;
         }
     }
-    tree_.commit();
     return std::nullopt;
 }
 
-void EmulatedPlatform::remove_vsys(std::string_view name)
+std::optional<PlatformError> EmulatedPlatform::remove_vsys(std::string_view name)
 {
-    tree_.erase(vsys_path(name));
+    try_removal(name);
+    accept();
+    return std::nullopt;
+}
+
+void EmulatedPlatform::try_removal(std::string_view vsys)
+{
+    tree_.erase(vsys_node_path(vsys));
+}
+
+void EmulatedPlatform::restore(std::string_view dump)
+{
+    qnips::restore(tree_, dump);
     tree_.commit();
 }
 
@@ -356,8 +372,8 @@ PlatformAnswer EmulatedPlatform::state()
 
 PlatformAnswer EmulatedPlatform::first_signature_set(std::string_view vsys, std::string_view profile)
 {
-    const DeviceNode* sets =
-        tree_.find(below(below(below(vsys_path(vsys), "profiles"), "profile", std::string(profile)), "signature-sets"));
+    const DeviceNode* sets = tree_.find(
+        below(below(below(vsys_node_path(vsys), "profiles"), "profile", std::string(profile)), "signature-sets"));
     return sets == nullptr || sets->order.empty() ? PlatformAnswer::none() : PlatformAnswer::of(sets->order.front());
 }
 

@@ -68,11 +68,9 @@ std::optional<PlatformError> FaultyPlatform::execute(std::span<const CommandLine
     return result;
 }
 
-// Nobody waits for an answer, so a lost message stays unnoticed.
-void FaultyPlatform::remove_vsys(std::string_view name)
+std::optional<PlatformError> FaultyPlatform::remove_vsys(std::string_view name)
 {
-    if (!channel_is_lost())
-        device_.remove_vsys(name);
+    return channel_is_lost() ? unreachable() : device_.remove_vsys(name);
 }
 
 std::optional<PlatformAnswer> FaultyPlatform::false_answer()

@@ -43,7 +43,7 @@ public:
     [[nodiscard]] bool has_happened() const { return happened_; }
 
     std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) override;
-    void remove_vsys(std::string_view name) override;
+    std::optional<PlatformError> remove_vsys(std::string_view name) override;
     PlatformAnswer configuration() override;
     PlatformAnswer state() override;
     PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override;

@@ -43,7 +43,10 @@ std::optional<PlatformError> FilePlatform::execute(std::span<const CommandLine> 
     return PlatformError{NC_ERR_OP_FAILED, "A platform that answers from files executes no commands.", script.front()};
 }
 
-void FilePlatform::remove_vsys(std::string_view) {}
+std::optional<PlatformError> FilePlatform::remove_vsys(std::string_view)
+{
+    return std::nullopt;
+}
 
 PlatformAnswer FilePlatform::first_signature_set(std::string_view, std::string_view)
 {

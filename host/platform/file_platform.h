@@ -25,7 +25,7 @@ public:
 
     // It keeps no device: scripts are refused, and no profile has a first signature set.
     std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) override;
-    void remove_vsys(std::string_view name) override;
+    std::optional<PlatformError> remove_vsys(std::string_view name) override;
     PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override;
 
 private:

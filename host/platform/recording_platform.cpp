@@ -32,10 +32,11 @@ std::optional<PlatformError> RecordingPlatform::execute(std::span<const CommandL
     return std::nullopt;
 }
 
-void RecordingPlatform::remove_vsys(std::string_view name)
+std::optional<PlatformError> RecordingPlatform::remove_vsys(std::string_view name)
 {
     removed_vsys_.emplace_back(name);
     signature_sets_.remove_vsys(name);
+    return std::nullopt;
 }
 
 PlatformAnswer RecordingPlatform::configuration()

@@ -38,7 +38,7 @@ public:
     [[nodiscard]] const std::vector<std::string>& removed_vsys() const { return removed_vsys_; }
 
     std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) override;
-    void remove_vsys(std::string_view name) override;
+    std::optional<PlatformError> remove_vsys(std::string_view name) override;
 
     // It keeps lines, not a device: these are answered with none.
     PlatformAnswer configuration() override;

@@ -6,6 +6,7 @@
 // document order; parents always before children.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "server/callback_document.h"
@@ -28,5 +29,8 @@ std::vector<CallbackStep> plan_callbacks(const ChangeSet& changes, const NodeTab
 // Marks what has to be replaced as a whole because a leaf without a callback of its own changes in it: the nearest
 // ancestor that has one, when that exists before and after the edit. To be called once, before documents are made.
 void mark_replaced(ChangeSet& changes, const NodeTable& table);
+
+// The same for the nodes at these data paths, as far as the edit changes anything in them.
+void mark_replaced(ChangeSet& changes, const std::vector<std::string>& paths);
 
 } // namespace qnips

@@ -1,7 +1,18 @@
 #include "server/callback_record.h"
 
+#include <fmt/format.h>
+
 namespace qnips
 {
+
+std::string place_of(const CommandLine& line)
+{
+    std::string text = line.vsys ? fmt::format("vsys {}, ", *line.vsys) : std::string();
+    text += fmt::format("view {}", line.view);
+    if (line.view_type)
+        text += fmt::format(", type {}", *line.view_type);
+    return text;
+}
 
 std::string_view error_tag(NC_ERR code)
 {

@@ -28,6 +28,9 @@ struct CommittedScript {
     bool operator==(const CommittedScript&) const = default;
 };
 
+// Where a line is executed, for a reader: "vsys public, view ips-profile, type webguard".
+std::string place_of(const CommandLine& line);
+
 struct CallbackRecord {
     std::string path;     // instance path of the changed node
     unsigned op = 0;      // XMLDIFF_OP bits that the callback got

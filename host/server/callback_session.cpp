@@ -72,7 +72,7 @@ CallbackRecord CallbackSession::call(const Row& row, const Change& change, Phase
     phase_ = phase;
     node_ = node;
     record_ = CallbackRecord{};
-    record_.path = instance_path(change.node);
+    record_.path = change.path();
     record_.op = change.op(phase);
     record_.callback = row.callback;
     record_.priority = row.priority;

@@ -1,9 +1,39 @@
 #include "server/change_set.h"
 
+#include <string_view>
+
 #include <libyang/libyang.h>
 
 namespace qnips
 {
+
+namespace
+{
+
+void append_predicate(std::string& path, std::string_view name, std::string_view value)
+{
+    const char quote = value.find('\'') == std::string_view::npos ? '\'' : '"';
+    path.append("[").append(name).append("=").append(1, quote).append(value).append(1, quote).append("]");
+}
+
+} // namespace
+
+const std::string& Change::path() const
+{
+    if (!path_.empty())
+        return path_;
+    if (parent != nullptr)
+        path_ = parent->path();
+    path_ += '/';
+    if (parent == nullptr || parent->schema->module != schema->module)
+        path_.append(schema->module->prefix).append(":");
+    path_ += schema->name;
+    if (schema->nodetype == LYS_LEAFLIST)
+        append_predicate(path_, ".", lyd_get_value(node));
+    for (const lyd_node* key = lyd_child(node); key != nullptr && lysc_is_key(key->schema); key = key->next)
+        append_predicate(path_, key->schema->name, lyd_get_value(key));
+    return path_;
+}
 
 Change& ChangeSet::touch(lyd_node* node)
 {

@@ -40,6 +40,10 @@ struct Change {
 
     [[nodiscard]] bool is(unsigned any_of) const { return (bits & any_of) != 0; }
 
+    // The node's instance path, as an error-path shows it. Made once, from the parent's: a record of every callback
+    // carries it.
+    [[nodiscard]] const std::string& path() const;
+
     // The operation that callbacks of a phase see.
     [[nodiscard]] unsigned op(Phase phase) const
     {
@@ -49,6 +53,9 @@ struct Change {
             return is(XMLDIFF_ADD) ? XMLDIFF_NONE : XMLDIFF_REM;
         return is(XMLDIFF_REM) ? XMLDIFF_NONE : XMLDIFF_ADD;
     }
+
+private:
+    mutable std::string path_;
 };
 
 // Owns the changes of one edit. Addresses stay valid while it lives.

@@ -155,7 +155,7 @@ private:
             if (edit.node->schema == nullptr)
                 valueless.push_back(edit.schema);
         for (lyd_node* node : tree_.content(parent)) {
-            if (find_counterpart(first, node) == nullptr &&
+            if ((first == nullptr || find_counterpart(first, node) == nullptr) &&
                 std::find(valueless.begin(), valueless.end(), node->schema) == valueless.end())
                 tree_.remove(node);
         }

@@ -41,7 +41,4 @@ private:
     ConfigTree running_;
 };
 
-// The error that a client gets for the callback that ended a pass.
-RpcError callback_error(const CallbackRecord& failed);
-
 } // namespace qnips

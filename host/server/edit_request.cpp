@@ -53,7 +53,9 @@ Wrapping wrapping_for(const YangSchema& schema, const xmlNode* root)
         return wrapping;
 
     const std::string open_rpc = fmt::format("<nc:rpc xmlns:nc=\"{}\" message-id=\"1\">", netconf_namespace);
-    const std::string open_edit = "<nc:edit-config><nc:target><nc:running/></nc:target>";
+    // Whoever writes no request expects that an edit takes effect wholly or not at all.
+    const std::string open_edit = "<nc:edit-config><nc:target><nc:running/></nc:target>"
+                                  "<nc:error-option>rollback-on-error</nc:error-option>";
     if (netconf && name == "edit-config")
         return {open_rpc, "</nc:rpc>"};
     if (netconf && name == "config")
@@ -212,6 +214,15 @@ EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml)
     EditRequest request = read_edit_request(operation);
     request.envelope = std::move(envelope_owner);
     request.rpc = std::move(rpc_owner);
+    return request;
+}
+
+EditRequest replacement(const ConfigTree& goal)
+{
+    EditRequest request;
+    request.default_operation = DefaultOperation::replace;
+    request.error_option = ErrorOption::rollback_on_error;
+    request.edit = goal.first();
     return request;
 }
 

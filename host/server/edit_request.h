@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "server/config_tree.h"
 #include "server/yang_schema.h"
 
 namespace qnips
@@ -21,11 +22,14 @@ struct EditRequest {
     DefaultOperation default_operation = DefaultOperation::merge;
     TestOption test_option = TestOption::test_then_set;
     ErrorOption error_option = ErrorOption::stop_on_error;
-    const lyd_node* edit = nullptr; // the first node below <config>, never null
+    const lyd_node* edit = nullptr; // the first node below <config>; null only where all is replaced by nothing
 };
 
+// The edit that makes `goal` of any configuration, with the fewest changes. The tree must outlive the request.
+EditRequest replacement(const ConfigTree& goal);
+
 // Reads an edit from XML text whose root is <rpc>, <edit-config>, <config> or a root of the module's configuration;
-// what is missing around it is supplied, with `running` as the target. Throws RpcError.
+// what is missing around it is supplied, with `running` as the target and rollback-on-error. Throws RpcError.
 EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml);
 
 // Reads an edit from the <edit-config> node of a parsed rpc, which must outlive the request. Throws RpcError.

@@ -113,6 +113,14 @@ void keep_explicit(lyd_node*& first)
     }
 }
 
+std::string dumped(const DocumentPtr& document, xmlNode* node, bool indented)
+{
+    const std::unique_ptr<xmlBuffer, BufferDeleter> buffer(xmlBufferCreate());
+    if (buffer == nullptr || xmlNodeDump(buffer.get(), document.get(), node, 0, indented ? 1 : 0) < 0)
+        throw std::bad_alloc();
+    return std::string(view(xmlBufferContent(buffer.get())));
+}
+
 } // namespace
 
 void TreeDeleter::operator()(lyd_node* tree) const noexcept
@@ -152,10 +160,13 @@ DocumentPtr parse_xml(std::string_view xml)
 
 std::string xml_text(const DocumentPtr& document, xmlNode* node)
 {
-    const std::unique_ptr<xmlBuffer, BufferDeleter> buffer(xmlBufferCreate());
-    if (buffer == nullptr || xmlNodeDump(buffer.get(), document.get(), node, 0, 0) < 0)
-        throw std::bad_alloc();
-    return std::string(view(xmlBufferContent(buffer.get())));
+    return dumped(document, node, false);
+}
+
+std::string indented_xml(std::string_view xml)
+{
+    const DocumentPtr document = parse_xml(xml);
+    return dumped(document, xmlDocGetRootElement(document.get()), true) + '\n';
 }
 
 YangSchema::YangSchema(const std::vector<std::filesystem::path>& folders, const std::string& module)
@@ -245,14 +256,15 @@ const char* node_name(const lyd_node* node)
     return node->schema != nullptr ? node->schema->name : reinterpret_cast<const lyd_node_opaq*>(node)->name.name;
 }
 
+std::string data_path(const lyd_node* node)
+{
+    const std::unique_ptr<char, decltype(&std::free)> text(lyd_path(node, LYD_PATH_STD, nullptr, 0), std::free);
+    return text != nullptr ? text.get() : std::string();
+}
+
 std::string instance_path(const lyd_node* node)
 {
-    char* text = lyd_path(node, LYD_PATH_STD, nullptr, 0);
-    if (text == nullptr)
-        return {};
-    std::string path = with_prefixes(LYD_CTX(node), text);
-    std::free(text);
-    return path;
+    return with_prefixes(LYD_CTX(node), data_path(node));
 }
 
 } // namespace qnips

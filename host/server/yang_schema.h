@@ -38,6 +38,9 @@ DocumentPtr parse_xml(std::string_view xml);
 // The text of a node with all below it, in UTF-8 and without an XML declaration.
 std::string xml_text(const DocumentPtr& document, xmlNode* node);
 
+// XML text with a line and an indentation for each element. Throws RpcError for what is no XML.
+std::string indented_xml(std::string_view xml);
+
 class YangSchema
 {
 public:
@@ -74,6 +77,9 @@ std::string_view schema_name(const lysc_node* node);
 
 // The node's name in the data, also where the schema does not know it.
 const char* node_name(const lyd_node* node);
+
+// The path of a node in libyang's writing, by which it finds the node again. The node must be linked.
+std::string data_path(const lyd_node* node);
 
 // The instance path of a node, as an error-path shows it. The node must be linked.
 std::string instance_path(const lyd_node* node);

@@ -3,7 +3,6 @@
 //
 // QN_IPS_EDITS is the number of edits in all, QN_IPS_SEED the number that they come from.
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <random>
 
@@ -15,18 +14,13 @@
 #include "host/server/random_edit.h"
 #include "loop.h"
 #include "random_configuration.h"
+#include "random_work.h"
 #include "smallest_case.h"
 
 namespace qnips::test
 {
 namespace
 {
-
-unsigned long number_from(const char* variable, unsigned long otherwise)
-{
-    const char* text = std::getenv(variable);
-    return text != nullptr ? std::stoul(text) : otherwise;
-}
 
 unsigned long all_edits()
 {
@@ -92,11 +86,14 @@ protected:
 
         if (canonical(loop_.running()) != canonical(before))
             fail(fmt::format("a refused edit has changed the datastore\n{}", edit));
-        // Lines of a refused edit are not taken back: the device is made anew.
-        if (outcome.effects > 0)
-            renew_device(before, edit);
-        else if (loop_.device_text() != device)
+        if (outcome.effects == 0 && loop_.device_text() != device)
             fail(fmt::format("a refused edit has changed the device\n{}", edit));
+        const std::string difference = loop_.difference();
+        if (!difference.empty())
+            fail(fmt::format("a refused edit was not taken back\n{}by the edit\n{}\nrefused for\n{}\non\n{}",
+                             difference, edit, outcome.reason, edit_xml_of(before)));
+        if (chance(10))
+            renew_device(before, edit);
     }
 
     // A device made anew has to become the same by the datastore's configuration alone.

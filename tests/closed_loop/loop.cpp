@@ -1,13 +1,11 @@
 #include "loop.h"
 
-#include <algorithm>
-#include <iterator>
 #include <random>
-#include <vector>
 
 #include <fmt/format.h>
 
 #include "configuration_edit.h"
+#include "server/device_restore.h"
 #include "server/edit_request.h"
 #include "server/edit_validation.h"
 #include "server/unsent_nodes.h"
@@ -27,17 +25,6 @@ EditRequest request_of(const std::string& default_operation, const std::string& 
                                           default_operation, edit_xml));
 }
 
-std::string lines_only_in(const std::vector<std::string>& these, const std::vector<std::string>& others,
-                          const char* whose)
-{
-    std::vector<std::string> only;
-    std::set_difference(these.begin(), these.end(), others.begin(), others.end(), std::back_inserter(only));
-    std::string text;
-    for (const std::string& line : only)
-        text += fmt::format("  only {}: {}\n", whose, line);
-    return text;
-}
-
 } // namespace
 
 const World& world()
@@ -48,49 +35,58 @@ const World& world()
 
 std::optional<PlatformError> CountedDevice::execute(std::span<const CommandLine> script, int operation)
 {
-    std::optional<PlatformError> error = device_.execute(script, operation);
+    std::optional<PlatformError> error = device_->execute(script, operation);
     if (!error && !script.empty())
         ++effects_;
     return error;
 }
 
-void CountedDevice::remove_vsys(std::string_view name)
+std::optional<PlatformError> CountedDevice::remove_vsys(std::string_view name)
 {
     ++effects_;
-    device_.remove_vsys(name);
+    return device_->remove_vsys(name);
 }
 
-Loop::Loop() : engine_(world().schema, world().table), device_(std::make_unique<CountedDevice>()) {}
-
-Loop::Outcome Loop::edit(const std::string& default_operation, const std::string& edit_xml)
+Loop::Outcome Loop::edit(const std::string& default_operation, const std::string& edit_xml, ErrorOption error_option)
 {
-    const std::size_t effects = device_->effects();
+    const std::size_t effects = device_.effects();
     try {
-        const PassResult pass = engine_.edit(request_of(default_operation, edit_xml), *device_, AfterEdit::keep);
-        for (const CallbackRecord& record : pass.trace)
+        EditRequest request = request_of(default_operation, edit_xml);
+        request.error_option = error_option;
+        const EditOutcome outcome = datastore_.edit(request, {"tester", "edit-config"});
+        std::size_t sent = outcome.pass.removed_vsys.size();
+        for (const CallbackRecord& record : outcome.pass.trace) {
+            sent += record.scripts.size();
             for (const CommittedScript& script : record.scripts)
                 for (const CommandLine& line : script.lines)
                     commands_.add(line);
-        return {.accepted = true, .reason = {}, .effects = device_->effects() - effects};
+        }
+        Outcome result{.accepted = outcome.errors.empty(), .effects = sent, .effect = outcome.effect};
+        for (const RpcError& error : outcome.errors)
+            result.reason +=
+                fmt::format("{}{} {}: {}", result.reason.empty() ? "" : "; ", error.tag(), error.path(), error.what());
+        return result;
     } catch (const RpcError& error) {
         return {.accepted = false,
                 .reason = fmt::format("{} {}: {}", error.tag(), error.path(), error.what()),
-                .effects = device_->effects() - effects};
+                .effects = device_.effects() - effects};
     }
 }
 
 std::string Loop::difference()
 {
     const ConfigTree device(parse_device_configuration(world().schema, device_text()));
-    const std::vector<std::string> ours = normal_form(engine_.running());
-    const std::vector<std::string> its = normal_form(device);
-    return lines_only_in(ours, its, "in the datastore") + lines_only_in(its, ours, "on the device");
+    std::string text;
+    for (const Difference& difference : differences(datastore_.configuration(), device))
+        text += fmt::format("  only {}: {}\n", difference.on_device ? "on the device" : "in the datastore",
+                            difference.line);
+    return text;
 }
 
 std::string Loop::completion_fault()
 {
     const ConfigTree completed =
-        complete(ConfigTree(parse_device_configuration(world().schema, device_text())), engine_.running());
+        complete(ConfigTree(parse_device_configuration(world().schema, device_text())), datastore_.configuration());
     if (canonical(config_of(completed.first())) != canonical(running()))
         return "  a read of the device, completed, is not what the datastore has\n";
     try {
@@ -103,17 +99,11 @@ std::string Loop::completion_fault()
 
 std::string Loop::replace_device()
 {
-    device_ = std::make_unique<CountedDevice>();
-    EditEngine fresh(world().schema, world().table);
-    const std::string xml = edit_xml_of(running());
-    if (xml.empty())
-        return {};
-    try {
-        fresh.edit(request_of("merge", xml), *device_, AfterEdit::keep);
-        return {};
-    } catch (const RpcError& error) {
-        return fmt::format("{} {}: {}", error.tag(), error.path(), error.what());
-    }
+    device_.renew();
+    std::string text;
+    for (const RpcError& error : datastore_.start().errors)
+        text += fmt::format("{} {}: {}\n", error.tag(), error.path(), error.what());
+    return text;
 }
 
 std::string edit_xml_of(const Config& config)

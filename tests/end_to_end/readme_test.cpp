@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "end_to_end/program.h"
+#include "host/store/temporary_folder.h"
 
 namespace qnips::test
 {
@@ -56,12 +57,12 @@ std::vector<Call> calls_of(const std::string& readme)
     return calls;
 }
 
-std::vector<std::string> words_of(const std::string& text)
+std::vector<std::string> words_of(const std::string& text, const std::filesystem::path& lab)
 {
     std::vector<std::string> words;
     std::istringstream stream(text);
     for (std::string word; stream >> word;)
-        words.push_back(word == "quorin-intrusion-prevention.so" ? QN_IPS_MODULE : word);
+        words.push_back(word == "quorin-intrusion-prevention.so" ? QN_IPS_MODULE : word == "lab" ? lab.string() : word);
     return words;
 }
 
@@ -107,8 +108,9 @@ TEST(Readme, ShowsWhatTheProgramPrints)
     const std::filesystem::path readme = QN_IPS_README;
     const std::vector<Call> calls = calls_of(file_text(readme));
     ASSERT_GE(calls.size(), 5U);
+    const TemporaryFolder folder;
     for (const Call& call : calls) {
-        const Outcome outcome = run_program(words_of(call.text), readme.parent_path());
+        const Outcome outcome = run_program(words_of(call.text, folder.path() / "lab"), readme.parent_path());
         EXPECT_EQ(missing_line(call.shown, outcome.output + outcome.errors), "") << call.text << "\n" << outcome;
         const bool shows_refusal = !call.shown.empty() && call.shown.front().starts_with("qn-ips: error: ");
         EXPECT_EQ(outcome.status, shows_refusal ? 1 : 0) << call.text << "\n" << outcome;

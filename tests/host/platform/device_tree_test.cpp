@@ -104,7 +104,12 @@ TEST(DeviceTree, TakesBackAnyScript)
                 tree.erase(path);
                 break;
             case 1:
-                tree.set_order(path, {std::to_string(below(9))});
+                if (below(2) == 0)
+                    tree.place(path, std::to_string(below(9)), std::to_string(below(9)));
+                else if (below(2) == 0)
+                    tree.take_place(path, std::to_string(below(9)));
+                else
+                    tree.set_order(path, {std::to_string(below(9)), "z"});
                 break;
             default:
                 tree.set(path, std::to_string(below(3)));

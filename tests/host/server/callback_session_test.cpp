@@ -223,7 +223,7 @@ public:
     {
         throw std::runtime_error("connection lost");
     }
-    void remove_vsys(std::string_view) override {}
+    std::optional<PlatformError> remove_vsys(std::string_view) override { return std::nullopt; }
     PlatformAnswer configuration() override { return PlatformAnswer::none(); }
     PlatformAnswer state() override { return PlatformAnswer::none(); }
     PlatformAnswer first_signature_set(std::string_view, std::string_view) override { return PlatformAnswer::none(); }

@@ -7,6 +7,8 @@
 
 #include "engine_fixture.h"
 #include "random_edit.h"
+#include "server/edit_text.h"
+#include "server/touched_nodes.h"
 
 namespace qnips::test
 {
@@ -105,9 +107,11 @@ protected:
         }
 
         const EditRequest request = request_in(word, xml);
+        const ConfigTree old = copy_of(tree_);
         const std::string error = error_of([&] {
             const AppliedEdit applied(tree_, request);
             check_applied(applied, before, expected);
+            check_written(applied, old, expected);
         });
         // Of several reasons the first one met counts, and libyang puts the nodes of an edit in schema order.
         if (error.starts_with("bad-element") && refusal.empty())
@@ -136,6 +140,30 @@ protected:
             return;
         EXPECT_EQ(canonical(seen(applied, View::before, lists_)), canonical(before));
         EXPECT_EQ(canonical(seen(applied, View::after, lists_)), canonical(expected));
+    }
+
+    // What outlives the edit: its text does the same to the old configuration, its touched nodes are all that differs.
+    void check_written(const AppliedEdit& applied, const ConfigTree& old, const Config& expected)
+    {
+        const std::string text = edit_text(applied.changes());
+        EXPECT_EQ(text.empty(), applied.changes().empty());
+        if (text.empty())
+            return;
+        ConfigTree other = copy_of(old);
+        const EditRequest request = parse_edit_request(schema_, text);
+        AppliedEdit(other, request).commit();
+        EXPECT_EQ(canonical(config_of(other.first())), canonical(expected)) << text;
+        const ConfigTree overlaid = TouchedNodes(applied.changes()).overlaid(old, other);
+        EXPECT_EQ(canonical(config_of(overlaid.first())), canonical(expected)) << text;
+        for (const Change* root : applied.changes().roots())
+            check_paths(*root);
+    }
+
+    static void check_paths(const Change& change)
+    {
+        EXPECT_EQ(change.path(), instance_path(change.node));
+        for (const Change* child : change.children)
+            check_paths(*child);
     }
 
     void keep_if_valid(const EditRequest& request, const Config& expected)

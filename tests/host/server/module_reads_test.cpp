@@ -21,7 +21,7 @@ class AnsweringPlatform final : public CommandPlatform
 {
 public:
     std::optional<PlatformError> execute(std::span<const CommandLine>, int) override { return std::nullopt; }
-    void remove_vsys(std::string_view) override {}
+    std::optional<PlatformError> remove_vsys(std::string_view) override { return std::nullopt; }
     PlatformAnswer configuration() override { return ++questions, answer; }
     PlatformAnswer state() override { return ++questions, answer; }
     PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override

@@ -38,7 +38,11 @@ public:
         }
         return std::nullopt;
     }
-    void remove_vsys(std::string_view name) override { order.remove_vsys(name); }
+    std::optional<PlatformError> remove_vsys(std::string_view name) override
+    {
+        order.remove_vsys(name);
+        return std::nullopt;
+    }
     PlatformAnswer configuration() override { return PlatformAnswer::none(); }
     PlatformAnswer state() override { return PlatformAnswer::none(); }
     PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override

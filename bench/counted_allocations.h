@@ -1,0 +1,12 @@
+// Counts the memory that a benchmark asks for, whoever asks: this program, libyang, libxml2.
+#pragma once
+
+#include <cstddef>
+
+namespace qnips::bench
+{
+
+// Calls of malloc, calloc and realloc so far.
+std::size_t allocations() noexcept;
+
+} // namespace qnips::bench

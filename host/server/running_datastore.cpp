@@ -1,0 +1,236 @@
+#include "server/running_datastore.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "server/commit_text.h"
+#include "server/edit_text.h"
+#include "server/touched_nodes.h"
+#include "server/unsent_nodes.h"
+
+namespace qnips
+{
+
+namespace
+{
+
+// Time from one call to the next.
+class Lap
+{
+public:
+    std::chrono::nanoseconds time()
+    {
+        const auto now = std::chrono::steady_clock::now();
+        return now - std::exchange(start_, now);
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+RpcError rpc_error(const StoreError& error)
+{
+    return {error.kind() == StoreError::Kind::full ? "resource-denied" : "operation-failed", {}, error.what()};
+}
+
+RpcError rollback_error(const Restoration& rollback)
+{
+    std::string message = fmt::format("The device could not be brought back: {}", rollback.fault->what());
+    for (const Difference& difference : rollback.remaining)
+        message += fmt::format("\n  only {}: {}", difference.on_device ? "on the device" : "in the datastore",
+                               difference.line);
+    return {"rollback-failed", rollback.fault->path(), message};
+}
+
+} // namespace
+
+RunningDatastore::RunningDatastore(const YangSchema& schema, const NodeTable& table, CommandPlatform& device,
+                                   CommitStore& store)
+    : schema_(schema), table_(table), rules_(schema), device_(device), store_(store)
+{
+    try {
+        running_ = rebuilt(store_.running());
+    } catch (const RpcError& error) {
+        throw std::runtime_error(
+            fmt::format("the stored configuration does not fit the schema: {}: {}", error.path(), error.what()));
+    }
+}
+
+ConfigTree RunningDatastore::rebuilt(const CommitStore::Reconstruction& parts) const
+{
+    ConfigTree tree(parts.snapshot.empty() ? nullptr : schema_.parse_configuration(parts.snapshot));
+    for (const std::string& text : parts.edits) {
+        const EditRequest request = parse_edit_request(schema_, text);
+        AppliedEdit(tree, request).commit();
+    }
+    return tree;
+}
+
+ConfigTree RunningDatastore::at(std::int64_t commit) const
+{
+    return rebuilt(store_.running_at(commit));
+}
+
+// ---------------------------------------------------------------------------------------------------- an edit --
+
+EditOutcome RunningDatastore::edit(const EditRequest& request, const Author& author)
+{
+    EditOutcome outcome;
+    Lap lap;
+    AppliedEdit edit(running_, request); // taken back when it goes out of scope without a commit
+    outcome.times.apply = lap.time();
+    validate_edit(rules_, edit.changes());
+    outcome.times.validate = lap.time();
+    if (!edit.changes().empty() && request.test_option != TestOption::test_only)
+        carry_out(edit, request.error_option, author, outcome);
+    return outcome;
+}
+
+EditOutcome RunningDatastore::replace(const ConfigTree& goal, const Author& author)
+{
+    return edit(replacement(goal), author);
+}
+
+void RunningDatastore::carry_out(AppliedEdit& edit, ErrorOption option, const Author& author, EditOutcome& outcome)
+{
+    Lap lap;
+    const std::string text = edit_text(edit.changes());
+    outcome.times.describe = lap.time();
+    const std::int64_t id = prepare(author, text);
+    outcome.times.store = lap.time();
+    outcome.pass =
+        run_callbacks(edit.changes(), table_, device_, {.goes_on = option == ErrorOption::continue_on_error});
+    outcome.times.callbacks = lap.time();
+    outcome.errors = outcome.pass.errors();
+    if (outcome.errors.empty() && !stands(edit, id, text, outcome))
+        option = ErrorOption::rollback_on_error;
+    outcome.times.store += lap.time();
+    if (outcome.effect != EditOutcome::Effect::whole)
+        settle(edit, option, id, outcome);
+    outcome.pass.first_failed = nullptr;
+}
+
+// False when the store cannot take what the device has taken.
+bool RunningDatastore::stands(AppliedEdit& edit, std::int64_t id, const std::string& text, EditOutcome& outcome)
+{
+    try {
+        finish(id, CommitOutcome::applied, text, lines_of(outcome.pass), {});
+    } catch (const RpcError& error) {
+        outcome.errors.push_back(error);
+        return false;
+    }
+    edit.commit();
+    outcome.effect = EditOutcome::Effect::whole;
+    outcome.commit = id;
+    tidy_store();
+    return true;
+}
+
+// An edit that has failed: what of it has reached the device stays or goes.
+void RunningDatastore::settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, EditOutcome& outcome)
+{
+    if (!outcome.pass.reached_device()) {
+        edit.rollback();
+        return forget();
+    }
+    const TouchedNodes touched(edit.changes());
+    const ConfigTree known = copy_of(running_); // with what goes and what comes, as long as the edit is applied
+    edit.rollback();
+    if (option == ErrorOption::rollback_on_error || !keep_part(known, touched, id, outcome))
+        take_back(known, touched, id, outcome);
+}
+
+// False when the part cannot stand by itself.
+bool RunningDatastore::keep_part(const ConfigTree& known, const TouchedNodes& touched, std::int64_t id,
+                                 EditOutcome& outcome)
+{
+    try {
+        const ConfigTree part = touched.overlaid(running_, complete(read_device(schema_, device_), known));
+        const EditRequest request = replacement(part);
+        AppliedEdit edit(running_, request);
+        validate_edit(rules_, edit.changes());
+        if (edit.changes().empty()) {
+            outcome.effect = EditOutcome::Effect::none;
+            finish(id, CommitOutcome::rolled_back, {}, lines_of(outcome.pass), describe(outcome.errors));
+            return true;
+        }
+        finish(id, CommitOutcome::partly_applied, edit_text(edit.changes()), lines_of(outcome.pass),
+               describe(outcome.errors));
+        edit.commit();
+        outcome.effect = EditOutcome::Effect::part;
+        outcome.commit = id;
+        return true;
+    } catch (const RpcError&) {
+        return false; // then the device is brought back, and that says what is wrong with it
+    }
+}
+
+void RunningDatastore::take_back(const ConfigTree& known, const TouchedNodes& touched, std::int64_t id,
+                                 EditOutcome& outcome)
+{
+    outcome.rollback = restore_device(schema_, table_, device_, {running_, known, &touched});
+    outcome.effect = outcome.rollback.done() ? EditOutcome::Effect::none : EditOutcome::Effect::unknown;
+    if (!outcome.rollback.done())
+        outcome.errors.push_back(rollback_error(outcome.rollback));
+    try {
+        finish(id, outcome.rollback.done() ? CommitOutcome::rolled_back : CommitOutcome::rollback_failed, {},
+               lines_of(outcome.pass, outcome.rollback.passes), describe(outcome.errors));
+        outcome.commit = id;
+    } catch (const RpcError& error) {
+        outcome.errors.push_back(error);
+    }
+}
+
+// -------------------------------------------------------------------------------------------------- the store --
+
+std::int64_t RunningDatastore::prepare(const Author& author, const std::string& edit)
+{
+    try {
+        if (unfinished_)
+            store_.forget(*unfinished_);
+        unfinished_.reset();
+        unfinished_ = store_.prepare(author.user, author.origin, edit);
+        return *unfinished_;
+    } catch (const StoreError& error) {
+        throw rpc_error(error);
+    }
+}
+
+// Nothing has happened. A store that cannot say so now is asked again before the next intent.
+void RunningDatastore::forget()
+{
+    try {
+        store_.forget(*unfinished_);
+        unfinished_.reset();
+    } catch (const StoreError&) {
+        return;
+    }
+}
+
+void RunningDatastore::finish(std::int64_t id, CommitOutcome outcome, const std::string& edit, const std::string& lines,
+                              const std::string& message)
+{
+    try {
+        store_.finish(id, outcome, edit, lines, message);
+        unfinished_.reset();
+    } catch (const StoreError& error) {
+        throw rpc_error(error);
+    }
+}
+
+// Bounds what has to be read at the next start, and the history. A store that fails here has lost nothing.
+void RunningDatastore::tidy_store()
+{
+    try {
+        if (!store_.wants_snapshot())
+            return;
+        store_.add_snapshot(tree_text(running_.first()));
+        store_.prune(kept_);
+    } catch (const StoreError&) {
+        return;
+    }
+}
+
+} // namespace qnips

@@ -1,0 +1,49 @@
+#include "server/stored_configuration.h"
+
+#include <fmt/format.h>
+
+#include "server/rpc_error.h"
+
+namespace qnips
+{
+
+namespace
+{
+
+auto asked(const auto& question)
+{
+    try {
+        return question();
+    } catch (const StoreError& error) {
+        throw RpcError(error.kind() == StoreError::Kind::full ? "resource-denied" : "operation-failed", {},
+                       error.what());
+    }
+}
+
+} // namespace
+
+std::optional<ConfigTree> StoredConfiguration::read() const
+{
+    const std::optional<std::string> text = asked([&] { return store_.document(name_); });
+    if (!text)
+        return std::nullopt;
+    try {
+        return ConfigTree(schema_.parse_configuration(*text));
+    } catch (const RpcError& error) {
+        throw RpcError("operation-failed", error.path(),
+                       fmt::format("the stored {} configuration does not fit the schema: {}", name_, error.what()));
+    }
+}
+
+void StoredConfiguration::write(const ConfigTree& tree)
+{
+    const std::string text = tree_text(tree.first());
+    asked([&] { store_.set_document(name_, text); });
+}
+
+void StoredConfiguration::remove()
+{
+    asked([&] { store_.remove_document(name_); });
+}
+
+} // namespace qnips

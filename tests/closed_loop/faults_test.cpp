@@ -1,0 +1,111 @@
+// Faults of the device at every single place of random edits: what the client is told is so, and what was not carried
+// out whole is taken back or, where the client asked for it, kept in part by datastore and device alike.
+//
+// QN_IPS_FAULTED_EDITS is the number of edits for each kind of fault, QN_IPS_SEED the number that they come from.
+#include <string>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "random_work.h"
+#include "server/edit_validation.h"
+
+namespace qnips::test
+{
+namespace
+{
+
+using Effect = EditOutcome::Effect;
+
+struct Trial {
+    const char* name;
+    Fault::Kind kind;
+    ErrorOption error_option;
+};
+
+class Faults : public testing::TestWithParam<Trial>
+{
+protected:
+    // The edit with the fault at one place. False when the edit has no such place.
+    bool try_at(const std::string& edit, std::size_t number)
+    {
+        const Config before = loop_.running();
+        loop_.channel().set({.kind = GetParam().kind, .number = number});
+        const Loop::Outcome outcome = loop_.edit("merge", edit, GetParam().error_option);
+        const bool happened = loop_.channel().has_happened();
+        loop_.channel().clear();
+        SCOPED_TRACE(fmt::format("fault at {}, told: {}\nby the edit\n{}\non\n{}", number, outcome.reason, edit,
+                                 edit_xml_of(before)));
+        if (!happened) {
+            check_told(outcome, before);
+            return false;
+        }
+        ++faults_;
+        EXPECT_FALSE(outcome.accepted);
+        EXPECT_NE(outcome.effect, Effect::whole);
+        check_told(outcome, before);
+        return true;
+    }
+
+    // Whether what the client was told is so.
+    void check_told(const Loop::Outcome& outcome, const Config& before)
+    {
+        const bool same = canonical(loop_.running()) == canonical(before);
+        if (outcome.effect == Effect::unknown) {
+            ++unknown_;
+            EXPECT_EQ(GetParam().kind, Fault::Kind::channel_lost) << "a device that answers can be brought back";
+            EXPECT_TRUE(same) << "the datastore must not follow a device that cannot be asked";
+            EXPECT_NE(outcome.reason.find("rollback-failed"), std::string::npos);
+            EXPECT_TRUE(loop_.datastore().repair_device({"tester", "repair"}).done());
+        } else if (outcome.effect == Effect::part) {
+            ++parts_;
+            EXPECT_FALSE(same);
+            EXPECT_NO_THROW(validate_tree(world().schema, loop_.datastore().configuration()));
+        } else if (outcome.effect == Effect::none && !outcome.accepted) {
+            EXPECT_TRUE(same);
+        }
+        EXPECT_EQ(loop_.difference(), "");
+        EXPECT_FALSE(loop_.store().open_intent().has_value());
+    }
+
+    RandomWork work_{static_cast<unsigned>(number_from("QN_IPS_SEED", 1))};
+    Loop loop_;
+    std::size_t faults_ = 0;
+    std::size_t unknown_ = 0;
+    std::size_t parts_ = 0;
+};
+
+TEST_P(Faults, AreReportedAsTheyAre)
+{
+    const unsigned long edits = number_from("QN_IPS_FAULTED_EDITS", 60);
+    for (unsigned long round = 0; round < edits && !HasFailure(); ++round) {
+        const std::string edit = work_.edit(loop_.datastore());
+        if (edit.empty())
+            continue;
+        // With the part of it in place the edit goes on as another one, which is as good.
+        for (std::size_t number = 1; number < 400 && !HasFailure() && try_at(edit, number); ++number) {
+        }
+    }
+    fmt::print("{}: {} faults in {} edits; {} left a part, {} left the device unknown\n", GetParam().name, faults_,
+               edits, parts_, unknown_);
+    EXPECT_GT(faults_, edits);
+    EXPECT_EQ(unknown_ > 0, GetParam().kind == Fault::Kind::channel_lost);
+    if (GetParam().error_option == ErrorOption::rollback_on_error)
+        EXPECT_EQ(parts_, 0U);
+    else
+        EXPECT_GT(parts_, 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, Faults,
+    testing::Values(Trial{"line_refused", Fault::Kind::line_refused, ErrorOption::rollback_on_error},
+                    Trial{"script_refused", Fault::Kind::script_refused, ErrorOption::rollback_on_error},
+                    Trial{"no_answer", Fault::Kind::no_answer, ErrorOption::rollback_on_error},
+                    Trial{"channel_lost", Fault::Kind::channel_lost, ErrorOption::rollback_on_error},
+                    Trial{"line_refused_stop", Fault::Kind::line_refused, ErrorOption::stop_on_error},
+                    Trial{"line_refused_continue", Fault::Kind::line_refused, ErrorOption::continue_on_error},
+                    Trial{"no_answer_continue", Fault::Kind::no_answer, ErrorOption::continue_on_error}),
+    [](const auto& trial) { return std::string(trial.param.name); });
+
+} // namespace
+} // namespace qnips::test

@@ -1,0 +1,285 @@
+// What the running datastore remembers, and what it makes of a device that does not have it.
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/resource.h>
+
+#include <csignal>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/store/child_process.h"
+#include "host/store/temporary_folder.h"
+#include "random_work.h"
+#include "transapi/command_platform.h"
+
+namespace qnips::test
+{
+namespace
+{
+
+const Author tester{"tester", "edit-config"};
+
+std::string text_of(const ConfigTree& configuration)
+{
+    return edit_xml_of(canonical(config_of(configuration.first())));
+}
+
+EditRequest profile_edit(const std::string& content, const std::string& name = "web")
+{
+    return parse_edit_request(
+        world().schema, fmt::format(R"(<ips-config xmlns="urn:quorin:params:xml:ns:yang:quorin-intrusion-prevention")"
+                                    R"( xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><user-defined-ips>)"
+                                    "<vsys><name>branch</name><profiles><profile><name>{}</name>{}</profile>"
+                                    "</profiles></vsys></user-defined-ips></ips-config>",
+                                    name, content));
+}
+
+CommandLine description(const std::string& text)
+{
+    return {.vsys = "branch", .view = "profile-ips-web", .view_type = "profile-ips", .text = "description " + text};
+}
+
+// A datastore whose store is a file, and which can be opened again.
+class History : public testing::Test
+{
+protected:
+    History() { open(); }
+
+    void open()
+    {
+        datastore_.reset();
+        store_.reset();
+        store_.emplace(folder_.file("history.db"));
+        datastore_.emplace(world().schema, world().table, device_, *store_);
+    }
+
+    std::vector<std::string> drift()
+    {
+        std::vector<std::string> lines;
+        for (const Difference& difference : datastore_->drift())
+            lines.push_back((difference.on_device ? "+" : "-") + difference.line);
+        return lines;
+    }
+
+    TemporaryFolder folder_;
+    EmulatedPlatform device_{world().catalogue};
+    std::optional<CommitStore> store_;
+    std::optional<RunningDatastore> datastore_;
+};
+
+TEST_F(History, BringsBackEveryConfigurationThereWas)
+{
+    RandomWork work(3);
+    std::map<std::int64_t, std::string> texts;
+    std::size_t rolled_back = 0;
+    for (int round = 0; round < 120 && !HasFailure(); ++round) {
+        if (work.random()() % 20 == 0)
+            open();
+        EditOutcome outcome;
+        if (texts.size() > 5 && work.random()() % 10 == 0) {
+            const auto chosen = std::next(texts.begin(), static_cast<long>(work.random()() % texts.size()));
+            const ConfigTree goal = datastore_->at(chosen->first);
+            EXPECT_EQ(text_of(goal), chosen->second);
+            outcome = datastore_->replace(goal, {"tester", fmt::format("rollback {}", chosen->first)});
+            rolled_back += outcome.errors.empty() ? 1U : 0U;
+            EXPECT_EQ(outcome.errors.empty(), text_of(datastore_->configuration()) == chosen->second);
+        } else if (const std::string edit = work.edit(*datastore_); !edit.empty()) {
+            try {
+                outcome = datastore_->edit(parse_edit_request(world().schema, edit), tester);
+            } catch (const RpcError&) {
+                continue;
+            }
+        }
+        EXPECT_THAT(drift(), testing::IsEmpty());
+        if (outcome.effect == EditOutcome::Effect::whole)
+            texts[outcome.commit] = text_of(datastore_->configuration());
+    }
+    EXPECT_GT(rolled_back, 5U);
+    const std::string running = text_of(datastore_->configuration());
+    open();
+    EXPECT_EQ(text_of(datastore_->configuration()), running);
+    for (const auto& [commit, text] : texts)
+        EXPECT_EQ(text_of(datastore_->at(commit)), text) << commit;
+    EXPECT_THROW((void)datastore_->at(100000), std::out_of_range);
+}
+
+TEST_F(History, KeepsWhoDidWhatWithItsLines)
+{
+    const EditOutcome outcome =
+        datastore_->edit(profile_edit("<description>shop</description>"), {"ann", "edit-config"});
+    ASSERT_TRUE(outcome.errors.empty());
+    const std::optional<CommitRecord> record = store_->commit(outcome.commit);
+    ASSERT_TRUE(record.has_value());
+    EXPECT_EQ(record->user, "ann");
+    EXPECT_EQ(record->origin, "edit-config");
+    EXPECT_EQ(record->outcome, CommitOutcome::applied);
+    EXPECT_EQ(record->lines, "profile type ips name \"web\"  (vsys branch, view system)\n"
+                             "description shop  (vsys branch, view profile-ips-web, type profile-ips)\n");
+    EXPECT_THAT(record->edit, testing::HasSubstr("<description>shop</description>"));
+    EXPECT_EQ(record->message, "");
+}
+
+TEST_F(History, HasNothingOfAnEditThatChangesNothingOrIsRefusedAtOnce)
+{
+    EXPECT_EQ(datastore_->edit(profile_edit("", "web"), tester).commit, 1);
+    EXPECT_EQ(datastore_->edit(profile_edit("", "web"), tester).commit, 0);
+    EXPECT_THROW((void)datastore_->edit(profile_edit(R"(<description nc:operation="delete"/>)"), tester), RpcError);
+    EXPECT_EQ(store_->history(10).size(), 1U);
+}
+
+TEST_F(History, SaysWhyAnEditWasTakenBack)
+{
+    FaultyPlatform channel(device_);
+    RunningDatastore datastore(world().schema, world().table, channel, *store_);
+    channel.set({.kind = Fault::Kind::line_refused, .number = 2});
+    const EditOutcome outcome = datastore.edit(profile_edit("<description>shop</description>"), tester);
+    ASSERT_EQ(outcome.errors.size(), 1U);
+    EXPECT_EQ(outcome.effect, EditOutcome::Effect::none);
+    const std::optional<CommitRecord> record = store_->commit(outcome.commit);
+    ASSERT_TRUE(record.has_value());
+    EXPECT_EQ(record->outcome, CommitOutcome::rolled_back);
+    EXPECT_EQ(record->edit, "");
+    EXPECT_THAT(record->message, testing::HasSubstr("description: the device has failed (line \"description shop\""));
+    EXPECT_EQ(record->lines, "profile type ips name \"web\"  (vsys branch, view system)\n"
+                             "undo profile type ips name \"web\"  (vsys branch, view system)\n");
+}
+
+// ------------------------------------------------------------------------------------------------------- drift --
+
+TEST_F(History, ShowsAndEndsADriftInBothDirections)
+{
+    ASSERT_TRUE(datastore_->edit(profile_edit("<description>shop</description>"), tester).errors.empty());
+    const std::string path =
+        "/ips-config/user-defined-ips/vsys[name='branch']/profiles/profile[name='web']/description = ";
+    ASSERT_FALSE(device_.execute(std::vector{description("by hand")}, API_CMD_MOD));
+    EXPECT_THAT(drift(), testing::ElementsAre("-" + path + "shop", "+" + path + "by hand"));
+
+    EXPECT_TRUE(datastore_->repair_device({"ann", "repair"}).done());
+    EXPECT_THAT(drift(), testing::IsEmpty());
+    EXPECT_EQ(store_->history(1).front().origin, "repair");
+
+    ASSERT_FALSE(device_.execute(std::vector{description("by hand")}, API_CMD_MOD));
+    const std::int64_t commit = datastore_->repair_datastore({"ann", "take"});
+    EXPECT_THAT(drift(), testing::IsEmpty());
+    EXPECT_THAT(text_of(datastore_->configuration()), testing::HasSubstr("by hand"));
+    EXPECT_THAT(store_->commit(commit)->edit, testing::HasSubstr("by hand"));
+    EXPECT_EQ(datastore_->repair_datastore({"ann", "take"}), 0);
+    open();
+    EXPECT_THAT(text_of(datastore_->configuration()), testing::HasSubstr("by hand"));
+}
+
+TEST_F(History, LeavesADriftAloneThatAFailedEditHasNotMade)
+{
+    ASSERT_TRUE(datastore_->edit(profile_edit("<description>shop</description>"), tester).errors.empty());
+    ASSERT_FALSE(device_.execute(std::vector{description("by hand")}, API_CMD_MOD));
+    const std::vector<std::string> before = drift();
+    FaultyPlatform channel(device_);
+    RunningDatastore datastore(world().schema, world().table, channel, *store_);
+    channel.set({.kind = Fault::Kind::line_refused, .number = 2});
+    EXPECT_EQ(datastore.edit(profile_edit("<description>other</description>", "mail"), tester).effect,
+              EditOutcome::Effect::none);
+    EXPECT_EQ(drift(), before);
+}
+
+// ------------------------------------------------------------------------------------------------------- start --
+
+TEST_F(History, GivesTheConfigurationToADeviceThatHasNone)
+{
+    ASSERT_TRUE(datastore_->edit(profile_edit("<description>shop</description>"), tester).errors.empty());
+    EmulatedPlatform fresh(world().catalogue);
+    RunningDatastore datastore(world().schema, world().table, fresh, *store_);
+    std::vector<std::size_t> steps;
+    const StartOutcome start = datastore.start([&](std::size_t done, std::size_t all) {
+        steps.push_back(done);
+        EXPECT_LE(done, all);
+    });
+    EXPECT_TRUE(start.errors.empty());
+    EXPECT_TRUE(start.drift.empty());
+    EXPECT_GT(start.restored, 0U);
+    EXPECT_EQ(steps.size(), start.restored);
+    EXPECT_EQ(store_->history(10).size(), 1U) << "a restore is no commit";
+}
+
+TEST_F(History, LeavesADeviceWithAnotherConfigurationAlone)
+{
+    ASSERT_TRUE(datastore_->edit(profile_edit("<description>shop</description>"), tester).errors.empty());
+    ASSERT_FALSE(device_.execute(std::vector{description("by hand")}, API_CMD_MOD));
+    const std::string before = device_.configuration().text();
+    const StartOutcome start = datastore_->start();
+    EXPECT_EQ(start.drift.size(), 2U);
+    EXPECT_EQ(start.restored, 0U);
+    EXPECT_EQ(device_.configuration().text(), before);
+}
+
+TEST_F(History, EndsAnInterruptedEditByWhatTheDeviceHasOfIt)
+{
+    const std::string profile = "profile type ips name \"web\"";
+    const CommandLine create{.vsys = "branch", .view = "system", .view_type = {}, .text = profile};
+    const std::string edit = [&] {
+        EmulatedPlatform other(world().catalogue);
+        CommitStore store(":memory:");
+        RunningDatastore datastore(world().schema, world().table, other, store);
+        return store.commit(datastore.edit(profile_edit("<description>shop</description>"), tester).commit)->edit;
+    }();
+    for (const int lines : {0, 1, 2}) {
+        SCOPED_TRACE(lines);
+        device_.remove_vsys("branch");
+        store_->prepare("ann", "edit-config", edit);
+        std::vector<CommandLine> script{create, description("shop")};
+        script.resize(static_cast<std::size_t>(lines));
+        ASSERT_FALSE(device_.execute(script, API_CMD_ADD));
+        open();
+        const StartOutcome start = datastore_->start();
+        ASSERT_TRUE(start.interrupted.has_value());
+        EXPECT_EQ(start.interrupted->user, "ann");
+        EXPECT_EQ(start.interrupted_stands, lines == 2);
+        EXPECT_TRUE(start.drift.empty());
+        EXPECT_TRUE(start.errors.empty());
+        EXPECT_EQ(device_.configuration().text().find("<profile>") == std::string::npos, lines < 2);
+        EXPECT_EQ(datastore_->configuration().first() == nullptr, lines < 2);
+        EXPECT_FALSE(store_->open_intent().has_value());
+        EXPECT_FALSE(datastore_->start().interrupted.has_value());
+    }
+}
+
+// --------------------------------------------------------------------------------------------------- the store --
+
+TEST_F(History, TakesBackAnEditThatTheStoreHasNoRoomFor)
+{
+    const std::string said = in_child([&](const Reports& reports) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        CommitStore store(folder_.file("small.db"));
+        RunningDatastore datastore(world().schema, world().table, device_, store);
+        const rlimit small{.rlim_cur = 64 * 1024, .rlim_max = RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &small);
+        std::string reason;
+        std::size_t made = 0;
+        for (; made < 2000 && reason.empty(); ++made) {
+            const ConfigTree before = copy_of(datastore.configuration());
+            try {
+                const EditOutcome outcome = datastore.edit(
+                    profile_edit("<description>" + std::string(200, 'x') + "</description>", fmt::format("p{}", made)),
+                    tester);
+                reason = outcome.errors.empty() ? "" : std::string(outcome.errors.front().tag());
+            } catch (const RpcError& error) {
+                reason = error.tag();
+            }
+            if (!reason.empty() && text_of(before) != text_of(datastore.configuration()))
+                reports.say("the datastore has changed");
+        }
+        reports.say(fmt::format("{} after some: {}", reason, made > 3));
+        const rlimit large{.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &large);
+        reports.say(fmt::format("drift {}", datastore.drift().size()));
+        reports.say(fmt::format("errors {}", datastore.edit(profile_edit("", "more"), tester).errors.size()));
+    });
+    EXPECT_EQ(said, "resource-denied after some: true\ndrift 0\nerrors 0\n");
+}
+
+} // namespace
+} // namespace qnips::test
