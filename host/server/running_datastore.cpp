@@ -7,6 +7,7 @@
 
 #include "server/commit_text.h"
 #include "server/edit_text.h"
+#include "server/store_errors.h"
 #include "server/touched_nodes.h"
 #include "server/unsent_nodes.h"
 
@@ -29,11 +30,6 @@ public:
 private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
-
-RpcError rpc_error(const StoreError& error)
-{
-    return {error.kind() == StoreError::Kind::full ? "resource-denied" : "operation-failed", {}, error.what()};
-}
 
 RpcError rollback_error(const Restoration& rollback)
 {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "server/rpc_error.h"
+#include "server/store_errors.h"
 
 namespace qnips
 {
@@ -15,8 +16,7 @@ auto asked(const auto& question)
     try {
         return question();
     } catch (const StoreError& error) {
-        throw RpcError(error.kind() == StoreError::Kind::full ? "resource-denied" : "operation-failed", {},
-                       error.what());
+        throw rpc_error(error);
     }
 }
 
