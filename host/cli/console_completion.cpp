@@ -1,5 +1,7 @@
 #include "cli/console_completion.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <optional>
 #include <set>
@@ -47,7 +49,7 @@ std::optional<EntryList> list_of(const DeviceTree& device, const Place& place, c
     }
     // The other end of a move is an entry of the same list.
     const bool is_target = part == "target" && command.node.ends_with(']');
-    const std::size_t bracket = is_target ? command.node.rfind('[') : command.node.find("[" + std::string(part) + "]");
+    const std::size_t bracket = is_target ? command.node.rfind('[') : command.node.find(fmt::format("[{}]", part));
     if (bracket == std::string_view::npos)
         return std::nullopt;
 
