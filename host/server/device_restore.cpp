@@ -179,14 +179,16 @@ std::vector<Difference> differences(const ConfigTree& datastore, const ConfigTre
 {
     const std::vector<std::string> ours = normal_form(datastore);
     const std::vector<std::string> its = normal_form(device);
+    std::vector<std::string> only_ours;
+    std::vector<std::string> only_its;
+    std::set_difference(ours.begin(), ours.end(), its.begin(), its.end(), std::back_inserter(only_ours));
+    std::set_difference(its.begin(), its.end(), ours.begin(), ours.end(), std::back_inserter(only_its));
+
     std::vector<Difference> all;
-    std::vector<std::string> only;
-    std::set_difference(ours.begin(), ours.end(), its.begin(), its.end(), std::back_inserter(only));
-    for (std::string& line : only)
+    all.reserve(only_ours.size() + only_its.size());
+    for (std::string& line : only_ours)
         all.push_back({false, std::move(line)});
-    only.clear();
-    std::set_difference(its.begin(), its.end(), ours.begin(), ours.end(), std::back_inserter(only));
-    for (std::string& line : only)
+    for (std::string& line : only_its)
         all.push_back({true, std::move(line)});
     return all;
 }
