@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The whole check of a working copy: static checks, then the suite under GCC, and under Clang with the address and
-# undefined-behaviour sanitizers (the preset "asan" is GCC with them; both together take too long for every check). Goes on after a failure and ends with the line "N passed, N failed", in which a static
-# check, a build and a single test count as one each.
+# undefined-behaviour sanitizers (the preset "asan" is GCC with them; both together take too long for every check). Goes
+# on after a failure and ends with the line "N passed, N failed", in which a static check, a build and a single test count
+# as one each.
 #
 #   tools/test.sh [BUILD_ROOT]          default: build
 #

@@ -2,6 +2,7 @@
 // out whole is taken back or, where the client asked for it, kept in part by datastore and device alike.
 //
 // QN_IPS_FAULTED_EDITS is the number of edits for each kind of fault, QN_IPS_SEED the number that they come from.
+#include <chrono>
 #include <string>
 
 #include <fmt/format.h>
@@ -106,6 +107,75 @@ INSTANTIATE_TEST_SUITE_P(
                     Trial{"line_refused_continue", Fault::Kind::line_refused, ErrorOption::continue_on_error},
                     Trial{"no_answer_continue", Fault::Kind::no_answer, ErrorOption::continue_on_error}),
     [](const auto& trial) { return std::string(trial.param.name); });
+
+// ---------------------------------------------------------------------------------------- answers, and slow ones --
+
+std::string profile_edit(const std::string& content)
+{
+    return R"(<ips-config xmlns="urn:quorin:params:xml:ns:yang:quorin-intrusion-prevention")"
+           R"( xmlns:yang="urn:ietf:params:xml:ns:yang:1"><user-defined-ips><vsys><name>branch</name><profiles><profile>)"
+           "<name>web</name>" +
+           content + "</profile></profiles></vsys></user-defined-ips></ips-config>";
+}
+
+std::string set(const std::string& name, const std::string& attributes = {})
+{
+    return fmt::format("<signature-set{}><name>{}</name><signature-set-action><action>alert</action>"
+                       "</signature-set-action></signature-set>",
+                       attributes, name);
+}
+
+// The module asks for a profile's first set before it moves another one there.
+TEST(Answers, ThatAreWrongLeadToLinesThatTheDeviceRefuses)
+{
+    Loop loop;
+    ASSERT_TRUE(
+        loop.edit("merge", profile_edit("<signature-sets>" + set("a") + set("b") + "</signature-sets>")).accepted);
+    const std::string move =
+        profile_edit("<signature-sets>" + set("b", R"( yang:insert="first")") + "</signature-sets>");
+    loop.channel().set({.kind = Fault::Kind::wrong_answer, .number = 1, .answer = "no-such-set"});
+    const Loop::Outcome outcome = loop.edit("merge", move);
+    EXPECT_TRUE(loop.channel().has_happened());
+    EXPECT_FALSE(outcome.accepted);
+    EXPECT_NE(outcome.reason.find("there is no signature-set no-such-set"), std::string::npos) << outcome.reason;
+    EXPECT_EQ(outcome.effect, Effect::none);
+    EXPECT_EQ(loop.difference(), "");
+    EXPECT_TRUE(loop.edit("merge", move).accepted);
+    EXPECT_EQ(loop.difference(), "");
+}
+
+TEST(Answers, ThatTellNoConfigurationLeaveTheOutcomeOpen)
+{
+    // Refused in the middle: no category has this name.
+    const std::string refused = profile_edit(
+        "<signature-sets><signature-set><name>a</name><signature-set-action><action>alert</action></"
+        "signature-set-action>"
+        "<category><all-category>false</all-category><specifed-category><name>Unheard-of</name>"
+        "<all-sub-category>true</all-sub-category></specifed-category></category></signature-set></signature-sets>");
+    for (const char* answer : {"<nonsense", "<other xmlns=\"urn:other\"/>"}) {
+        Loop loop;
+        // The first question is for the first set, the next one for the configuration.
+        loop.channel().set({.kind = Fault::Kind::wrong_answer, .number = 2, .answer = answer});
+        const Loop::Outcome outcome = loop.edit("merge", refused);
+        EXPECT_TRUE(loop.channel().has_happened());
+        EXPECT_EQ(outcome.effect, Effect::unknown);
+        EXPECT_NE(outcome.reason.find("rollback-failed"), std::string::npos) << outcome.reason;
+        EXPECT_NE(outcome.reason.find("the device's configuration cannot be read"), std::string::npos)
+            << outcome.reason;
+        EXPECT_NE(loop.difference(), "");
+        EXPECT_TRUE(loop.datastore().repair_device({"tester", "repair"}).done());
+        EXPECT_EQ(loop.difference(), "");
+    }
+}
+
+TEST(Answers, ThatAreSlowChangeNothing)
+{
+    Loop loop;
+    loop.channel().set({.kind = Fault::Kind::slow, .delay = std::chrono::milliseconds(3)});
+    EXPECT_TRUE(loop.edit("merge", profile_edit("<description>patience</description>")).accepted);
+    EXPECT_TRUE(loop.channel().has_happened());
+    EXPECT_EQ(loop.difference(), "");
+}
 
 } // namespace
 } // namespace qnips::test
