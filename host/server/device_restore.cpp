@@ -72,7 +72,10 @@ private:
     // Reads the device and compares.
     bool reached()
     {
-        present_ = complete(read_device(schema_, platform_), wanted_.known);
+        present_ = read_device(schema_, platform_);
+        if (wanted_.attempted != nullptr)
+            present_ = complete(std::move(present_), *wanted_.attempted);
+        present_ = complete(std::move(present_), wanted_.goal);
         if (wanted_.touched != nullptr)
             present_ = wanted_.touched->overlaid(wanted_.goal, present_);
         result_.remaining = differences(wanted_.goal, present_);

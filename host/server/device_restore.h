@@ -48,8 +48,9 @@ struct Restoration {
 
 struct RestoreGoal {
     const ConfigTree& goal;
-    // What no line carries is taken from here: the goal, with what a failed edit was about to bring.
-    const ConfigTree& known;
+    // What a failed edit was about to make of it: what no line carries is taken from there for entries that the goal
+    // does not have. Null when there was no edit.
+    const ConfigTree* attempted = nullptr;
     // Where the device may differ; null: anywhere.
     const TouchedNodes* touched = nullptr;
     std::function<void(std::size_t, std::size_t)> progress{};

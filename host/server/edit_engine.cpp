@@ -19,7 +19,7 @@ PassResult EditEngine::edit(const EditRequest& request, CommandPlatform& platfor
 
     PassResult pass = run_callbacks(edit.changes(), table_, platform);
     if (!pass.completed)
-        throw pass.errors().front();
+        throw RpcError(pass.errors().front());
     if (after == AfterEdit::keep)
         edit.commit();
     return pass;

@@ -104,7 +104,7 @@ void RunningDatastore::carry_out(AppliedEdit& edit, ErrorOption option, const Au
         option = ErrorOption::rollback_on_error;
     outcome.times.store += lap.time();
     if (outcome.effect != EditOutcome::Effect::whole)
-        settle(edit, option, id, outcome);
+        settle(edit, option, id, text, outcome);
     outcome.pass.first_failed = nullptr;
 }
 
@@ -125,25 +125,35 @@ bool RunningDatastore::stands(AppliedEdit& edit, std::int64_t id, const std::str
 }
 
 // An edit that has failed: what of it has reached the device stays or goes.
-void RunningDatastore::settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, EditOutcome& outcome)
+void RunningDatastore::settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text,
+                              EditOutcome& outcome)
 {
     if (!outcome.pass.reached_device()) {
         edit.rollback();
         return forget();
     }
     const TouchedNodes touched(edit.changes());
-    const ConfigTree known = copy_of(running_); // with what goes and what comes, as long as the edit is applied
     edit.rollback();
-    if (option == ErrorOption::rollback_on_error || !keep_part(known, touched, id, outcome))
-        take_back(known, touched, id, outcome);
+    const ConfigTree attempted = running_after(text);
+    if (option == ErrorOption::rollback_on_error || !keep_part(attempted, touched, id, outcome))
+        take_back(attempted, touched, id, outcome);
+}
+
+ConfigTree RunningDatastore::running_after(const std::string& edit) const
+{
+    ConfigTree tree = copy_of(running_);
+    const EditRequest request = parse_edit_request(schema_, edit);
+    AppliedEdit(tree, request).commit();
+    return tree;
 }
 
 // False when the part cannot stand by itself.
-bool RunningDatastore::keep_part(const ConfigTree& known, const TouchedNodes& touched, std::int64_t id,
+bool RunningDatastore::keep_part(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id,
                                  EditOutcome& outcome)
 {
     try {
-        const ConfigTree part = touched.overlaid(running_, complete(read_device(schema_, device_), known));
+        const ConfigTree device = complete(complete(read_device(schema_, device_), running_), attempted);
+        const ConfigTree part = touched.overlaid(running_, device);
         const EditRequest request = replacement(part);
         AppliedEdit edit(running_, request);
         validate_edit(rules_, edit.changes());
@@ -163,10 +173,10 @@ bool RunningDatastore::keep_part(const ConfigTree& known, const TouchedNodes& to
     }
 }
 
-void RunningDatastore::take_back(const ConfigTree& known, const TouchedNodes& touched, std::int64_t id,
+void RunningDatastore::take_back(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id,
                                  EditOutcome& outcome)
 {
-    outcome.rollback = restore_device(schema_, table_, device_, {running_, known, &touched});
+    outcome.rollback = restore_device(schema_, table_, device_, {running_, &attempted, &touched});
     outcome.effect = outcome.rollback.done() ? EditOutcome::Effect::none : EditOutcome::Effect::unknown;
     if (!outcome.rollback.done())
         outcome.errors.push_back(rollback_error(outcome.rollback));

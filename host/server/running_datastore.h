@@ -116,9 +116,11 @@ private:
                 const std::string& message);
     void carry_out(AppliedEdit& edit, ErrorOption option, const Author& author, EditOutcome& outcome);
     bool stands(AppliedEdit& edit, std::int64_t id, const std::string& text, EditOutcome& outcome);
-    void settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, EditOutcome& outcome);
-    bool keep_part(const ConfigTree& known, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);
-    void take_back(const ConfigTree& known, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);
+    void settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
+    bool keep_part(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);
+    void take_back(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);
+    [[nodiscard]] ConfigTree running_after(const std::string& edit) const;
+    [[nodiscard]] TouchedNodes touched_by(const std::string& edit);
     void end_interrupted(StartOutcome& outcome);
     void restore_all(StartOutcome& outcome, const Progress& progress);
     void tidy_store();

@@ -3,6 +3,7 @@
 
 #include <libyang/libyang.h>
 
+#include "server/callback_plan.h"
 #include "server/commit_text.h"
 #include "server/edit_text.h"
 #include "server/running_datastore.h"
@@ -34,26 +35,28 @@ void RunningDatastore::end_interrupted(StartOutcome& outcome)
     if (outcome.interrupted->edit.empty())
         return forget();
 
-    const EditRequest request = parse_edit_request(schema_, outcome.interrupted->edit);
-    ConfigTree after = copy_of(running_);
-    AppliedEdit(after, request).commit();
-
-    AppliedEdit edit(running_, request);
-    const TouchedNodes touched(edit.changes());
-    const ConfigTree known = copy_of(running_); // with what goes and what comes, as long as the edit is applied
-    edit.rollback();
-    const ConfigTree device = complete(read_device(schema_, device_), known);
-    if (differences(after, touched.overlaid(running_, device)).empty()) {
+    ConfigTree attempted = running_after(outcome.interrupted->edit);
+    const TouchedNodes touched = touched_by(outcome.interrupted->edit);
+    const ConfigTree device = complete(complete(read_device(schema_, device_), running_), attempted);
+    if (differences(attempted, touched.overlaid(running_, device)).empty()) {
         finish(id, CommitOutcome::applied, outcome.interrupted->edit, {}, "ended at the start after an interruption");
-        running_ = std::move(after);
+        running_ = std::move(attempted);
         outcome.interrupted_stands = true;
         return;
     }
-    const Restoration rollback = restore_device(schema_, table_, device_, {running_, known, &touched});
+    const Restoration rollback = restore_device(schema_, table_, device_, {running_, &attempted, &touched});
     if (!rollback.done())
         outcome.errors.push_back(*rollback.fault);
     finish(id, rollback.done() ? CommitOutcome::rolled_back : CommitOutcome::rollback_failed, {},
            lines_of({}, rollback.passes), "interrupted; taken back at the next start");
+}
+
+TouchedNodes RunningDatastore::touched_by(const std::string& edit)
+{
+    const EditRequest request = parse_edit_request(schema_, edit);
+    AppliedEdit applied(running_, request); // and taken back at once
+    mark_replaced(applied.changes(), table_);
+    return TouchedNodes(applied.changes());
 }
 
 // A stored configuration comes back to a device that has none. What one callback refuses must not keep the rest away.
@@ -80,7 +83,7 @@ ConfigTree RunningDatastore::device_configuration()
 Restoration RunningDatastore::repair_device(const Author& author, const Progress& progress)
 {
     const std::int64_t id = prepare(author, {});
-    Restoration repair = restore_device(schema_, table_, device_, {running_, running_, nullptr, progress});
+    Restoration repair = restore_device(schema_, table_, device_, {running_, nullptr, nullptr, progress});
     if (repair.passes.empty() && repair.done())
         forget();
     else

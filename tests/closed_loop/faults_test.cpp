@@ -108,6 +108,31 @@ INSTANTIATE_TEST_SUITE_P(
                     Trial{"no_answer_continue", Fault::Kind::no_answer, ErrorOption::continue_on_error}),
     [](const auto& trial) { return std::string(trial.param.name); });
 
+// Between the removal of a signature and its return with another nature the device cannot tell which nature it has.
+TEST(TakenBack, IsAChangeOfNature)
+{
+    const auto edit = [](const std::string& signature, const std::string& category) {
+        return R"(<ips-config xmlns="urn:quorin:params:xml:ns:yang:quorin-intrusion-prevention")"
+               R"( xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><user-defined-ips><vsys><name>branch</name>)"
+               "<profiles><profile><name>web</name><signature-sets><signature-set><name>a</name>" +
+               category +
+               "</signature-set></signature-sets></profile></profiles><user-defined-signatures><signature><id>7</id>" +
+               signature + "</signature></user-defined-signatures></vsys></user-defined-ips></ips-config>";
+    };
+    Loop loop;
+    ASSERT_TRUE(loop.edit("merge", edit("<associated-enable>false</associated-enable><target>client</target>"
+                                        "<description>shop</description>",
+                                        "<signature-set-action><action>alert</action></signature-set-action>"))
+                    .accepted);
+    const Loop::Outcome outcome =
+        loop.edit("merge", edit(R"(<associated-enable>true</associated-enable><target nc:operation="delete"/>)",
+                                "<category><all-category>false</all-category><specifed-category><name>Unheard-of</name>"
+                                "<all-sub-category>true</all-sub-category></specifed-category></category>"));
+    EXPECT_EQ(outcome.effect, Effect::none) << outcome.reason;
+    EXPECT_GT(outcome.effects, 2U) << "the signature has gone and come back before the refusal";
+    EXPECT_EQ(loop.difference(), "");
+}
+
 // ---------------------------------------------------------------------------------------- answers, and slow ones --
 
 std::string profile_edit(const std::string& content)
