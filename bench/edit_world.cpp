@@ -90,7 +90,7 @@ void Bench::add(benchmark::State& state, const EditOutcome& outcome, std::chrono
     if (!outcome.errors.empty())
         state.SkipWithError(outcome.errors.front().what());
     ++edits_;
-    callbacks_ += outcome.pass.trace.size();
+    callbacks_ += outcome.pass.callbacks;
     for (const CallbackRecord& record : outcome.pass.trace) {
         for (const CommittedScript& script : record.scripts)
             lines_ += script.lines.size();

@@ -33,6 +33,7 @@ ExitCode run(const GlobalOptions& global, const ApplyOptions& options)
     if (!options.state.empty())
         device.start();
 
+    device.datastore().trace_all(options.trace);
     try {
         const EditRequest request = parse_edit_request(device.schema(), edit);
         const EditOutcome outcome = device.datastore().edit(request, {user_name(), "edit-config"});

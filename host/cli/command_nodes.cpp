@@ -51,7 +51,7 @@ std::vector<ListedNode> listed_nodes(const std::vector<Row>& rows, const NodeTab
 
 nlohmann::ordered_json as_json(const Row& row)
 {
-    return {{"callback", row.callback}, {"priority", row.priority}};
+    return {{"callback", row.callback.str()}, {"priority", row.priority}};
 }
 
 nlohmann::ordered_json as_json(const ListedNode& node)

@@ -39,6 +39,7 @@ ExitCode run(const GlobalOptions& global, const RollbackOptions& options)
     EmulatedDevice device(global, options.state);
     device.start();
     const ConfigTree goal = configuration_at(device, options);
+    device.datastore().trace_all(options.trace);
     try {
         const Author author{user_name(), fmt::format("rollback {}", options.number)};
         return print_outcome(device.datastore().replace(goal, author), false, options.trace);

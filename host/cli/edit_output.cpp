@@ -36,7 +36,7 @@ std::string_view operation_name(int command_operation)
 
 std::string cause(const CallbackRecord& record)
 {
-    return fmt::format("{}  {}  {}, priority {}", record.path, operation_names(record.op), record.callback,
+    return fmt::format("{}  {}  {}, priority {}", record.path.str(), operation_names(record.op), record.callback.str(),
                        record.priority);
 }
 
@@ -49,10 +49,9 @@ struct Totals {
 
 Totals totals(const PassResult& pass)
 {
-    Totals sum{.callbacks = pass.trace.size()};
+    Totals sum{.callbacks = pass.callbacks, .covered = pass.covered};
     for (const CallbackRecord& record : pass.trace) {
         sum.commits += record.scripts.size();
-        sum.covered += record.covered ? 1 : 0;
         for (const CommittedScript& script : record.scripts)
             sum.lines += script.lines.size();
     }
@@ -72,10 +71,10 @@ void print_remarks(const CallbackRecord& record)
 {
     if (record.has_warning()) {
         for (const ReportedError& error : record.errors)
-            fmt::print("warning: {}: {}: {}\n", record.path, error_tag(error.code), error.message);
+            fmt::print("warning: {}: {}: {}\n", record.path.str(), error_tag(error.code), error.message);
     }
     for (const CommandLine& line : record.dropped)
-        fmt::print("warning: {}: the line \"{}\" was cached and not committed\n", record.path, line.text);
+        fmt::print("warning: {}: the line \"{}\" was cached and not committed\n", record.path.str(), line.text);
 }
 
 void print_trace(const PassResult& pass)
@@ -103,10 +102,10 @@ Json as_json(const CommandLine& line)
 
 Json as_json(const CallbackRecord& record)
 {
-    Json json = {{"node", record.path},         {"operation", operation_names(record.op)},
-                 {"callback", record.callback}, {"priority", record.priority},
-                 {"covered", record.covered},   {"commits", Json::array()},
-                 {"warnings", Json::array()},   {"not-committed", Json::array()}};
+    Json json = {{"node", record.path.str()},         {"operation", operation_names(record.op)},
+                 {"callback", record.callback.str()}, {"priority", record.priority},
+                 {"covered", record.covered},         {"commits", Json::array()},
+                 {"warnings", Json::array()},         {"not-committed", Json::array()}};
     for (const CommittedScript& script : record.scripts) {
         Json lines = Json::array();
         for (const CommandLine& line : script.lines)

@@ -54,14 +54,16 @@ class Pass
 {
 public:
     Pass(ChangeSet& changes, CommandPlatform& platform, const PassOptions& options)
-        : before_(changes, View::before), after_(changes, View::after), session_(platform), options_(options)
+        : before_(changes, View::before), after_(changes, View::after), session_(platform, options.traces_all),
+          options_(options)
     {
     }
 
     PassResult run(const ChangeSet& changes, const NodeTable& table)
     {
         const std::vector<CallbackStep> plan = plan_callbacks(changes, table, before_, after_);
-        result_.trace.reserve(plan.size());
+        if (options_.traces_all)
+            result_.trace.reserve(plan.size());
         for (const CallbackStep& step : plan) {
             if (!is_lost(failed_, step.change) && !take(step) && !options_.goes_on)
                 return std::move(result_);
@@ -82,8 +84,13 @@ private:
         xmlNode* element = own.element(*step.change);
         xmlNode* node = element != nullptr ? element : other.element(*step.change);
 
-        result_.trace.push_back(session_.call(*step.row, *step.change, step.phase, node));
-        if (result_.trace.back().result != 0) {
+        CallbackRecord record = session_.call(*step.row, *step.change, step.phase, node);
+        const bool succeeded = record.result == 0;
+        ++result_.callbacks;
+        result_.covered += record.covered ? 1U : 0U;
+        if (options_.traces_all || !record.is_quiet())
+            result_.trace.push_back(std::move(record));
+        if (!succeeded) {
             failed_.insert(step.change);
             if (result_.first_failed == nullptr)
                 result_.first_failed = step.change;
@@ -161,7 +168,7 @@ RpcError callback_error(const CallbackRecord& failed)
 {
     if (failed.errors.empty())
         return {"operation-failed", failed.path,
-                failed.callback + " has failed with " + std::to_string(failed.result) + " and gives no reason."};
+                failed.callback.str() + " has failed with " + std::to_string(failed.result) + " and gives no reason."};
 
     const ReportedError& first = failed.errors.front();
     std::string message = first.message;

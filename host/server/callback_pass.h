@@ -21,6 +21,8 @@ namespace qnips
 struct PassOptions {
     // Go on after a callback that fails, but for what lies below its node: that cannot succeed without it.
     bool goes_on = false;
+    // Keep a record of every callback, also of those that had nothing to send: most of them, in a large edit.
+    bool traces_all = true;
     // A stored configuration comes back to a device that has none: callbacks see ADD|CFGR.
     bool restores = false;
     // Data paths (see data_path) of list entries and presence containers that callbacks see go and come again with all
@@ -31,8 +33,10 @@ struct PassOptions {
 };
 
 struct PassResult {
-    std::vector<CallbackRecord> trace{};     // one record a callback, in the order of the calls
+    std::vector<CallbackRecord> trace{};     // one record a callback, in the order of the calls (see traces_all)
     std::vector<std::string> removed_vsys{}; // virtual systems that the platform was told to be gone
+    std::size_t callbacks = 0;               // that were called
+    std::size_t covered = 0;                 // of those, the ones that an ancestor's removal covers
     bool completed = false;                  // every callback was called and has succeeded
     const Change* first_failed = nullptr; // what the first callback that failed was called for, while the changes live
     std::optional<RpcError> vsys_error{}; // why the platform was not told of one that has gone

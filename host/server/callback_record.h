@@ -2,11 +2,12 @@
 #pragma once
 
 #include <chrono>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/command_platform.h"
+#include "server/shared_text.h"
 #include "transapi/netconf_error.h"
 
 namespace qnips
@@ -32,20 +33,23 @@ struct CommittedScript {
 std::string place_of(const CommandLine& line);
 
 struct CallbackRecord {
-    std::string path;     // instance path of the changed node
-    unsigned op = 0;      // XMLDIFF_OP bits that the callback got
-    std::string callback; // name of the entry point
+    SharedText path;     // instance path of the changed node
+    unsigned op = 0;     // XMLDIFF_OP bits that the callback got
+    SharedText callback; // name of the entry point
     int priority = 0;
     int result = 0; // what the callback returned: 0 done
     std::chrono::nanoseconds duration{};
 
-    std::vector<CommittedScript> scripts;        // accepted by the platform, empty ones left out
-    std::vector<CommandLine> dropped;            // cached, and then neither committed nor refused
-    std::vector<ReportedError> errors;           // in the order in which they were raised
-    std::optional<PlatformError> platform_error; // what the platform said when it refused
+    std::vector<CommittedScript> scripts;          // accepted by the platform, empty ones left out
+    std::vector<CommandLine> dropped;              // cached, and then neither committed nor refused
+    std::vector<ReportedError> errors;             // in the order in which they were raised
+    std::unique_ptr<PlatformError> platform_error; // what the platform said when it refused; else null
 
     // True when an ancestor is being removed and this callback had nothing to add to that.
     bool covered = false;
+
+    // The callback has sent nothing and has nothing to tell.
+    [[nodiscard]] bool is_quiet() const { return result == 0 && scripts.empty() && dropped.empty() && errors.empty(); }
 
     // The callback has done its work and raised an error all the same: a warning for the client.
     [[nodiscard]] bool has_warning() const { return result == 0 && !errors.empty(); }

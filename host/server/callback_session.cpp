@@ -49,7 +49,8 @@ bool exists(const Change& change, Phase phase)
 
 } // namespace
 
-CallbackSession::CallbackSession(CommandPlatform& platform) : platform_(platform)
+CallbackSession::CallbackSession(CommandPlatform& platform, bool names_quiet)
+    : platform_(platform), names_quiet_(names_quiet)
 {
     if (g_current != nullptr)
         throw std::logic_error("callbacks are already being called");
@@ -72,7 +73,6 @@ CallbackRecord CallbackSession::call(const Row& row, const Change& change, Phase
     phase_ = phase;
     node_ = node;
     record_ = CallbackRecord{};
-    record_.path = change.path();
     record_.op = change.op(phase);
     record_.callback = row.callback;
     record_.priority = row.priority;
@@ -87,6 +87,8 @@ CallbackRecord CallbackSession::call(const Row& row, const Change& change, Phase
     record_.dropped = script_.take_left_over();
     record_.covered = phase == Phase::removal && (record_.op & XMLDIFF_REM) != 0 && record_.result == 0 &&
                       record_.scripts.empty() && (ancestor_op(1) & XMLDIFF_REM) != 0;
+    if (names_quiet_ || !record_.is_quiet())
+        record_.path = change.path();
     change_ = nullptr;
     node_ = nullptr;
     return std::move(record_);
@@ -102,7 +104,7 @@ int CallbackSession::commit(unsigned operation, nc_err** slot)
     PendingScript::Commit commit = script_.commit(platform_, static_cast<int>(operation));
     if (commit.error) {
         report(slot, {static_cast<NC_ERR>(commit.error->code), commit.error->message});
-        record_.platform_error = std::move(commit.error);
+        record_.platform_error = std::make_unique<PlatformError>(std::move(*commit.error));
         return record_.platform_error->code;
     }
     if (!commit.lines.empty())

@@ -29,8 +29,9 @@ namespace qnips
 class CallbackSession
 {
 public:
-    // Throws std::logic_error when another session is current.
-    explicit CallbackSession(CommandPlatform& platform);
+    // Throws std::logic_error when another session is current. Without `names_quiet` the records of callbacks that had
+    // nothing to send have no path.
+    explicit CallbackSession(CommandPlatform& platform, bool names_quiet = true);
     ~CallbackSession();
     CallbackSession(const CallbackSession&) = delete;
     CallbackSession& operator=(const CallbackSession&) = delete;
@@ -51,6 +52,7 @@ private:
     void report(nc_err** slot, ReportedError error);
 
     CommandPlatform& platform_;
+    bool names_quiet_;
     PendingScript script_;
 
     // Of the callback that is running.

@@ -1,6 +1,7 @@
 #include "server/change_set.h"
 
 #include <string_view>
+#include <utility>
 
 #include <libyang/libyang.h>
 
@@ -18,20 +19,20 @@ void append_predicate(std::string& path, std::string_view name, std::string_view
 
 } // namespace
 
-const std::string& Change::path() const
+const SharedText& Change::path() const
 {
     if (!path_.empty())
         return path_;
-    if (parent != nullptr)
-        path_ = parent->path();
-    path_ += '/';
+    std::string path = parent != nullptr ? parent->path().str() : std::string();
+    path += '/';
     if (parent == nullptr || parent->schema->module != schema->module)
-        path_.append(schema->module->prefix).append(":");
-    path_ += schema->name;
+        path.append(schema->module->prefix).append(":");
+    path += schema->name;
     if (schema->nodetype == LYS_LEAFLIST)
-        append_predicate(path_, ".", lyd_get_value(node));
+        append_predicate(path, ".", lyd_get_value(node));
     for (const lyd_node* key = lyd_child(node); key != nullptr && lysc_is_key(key->schema); key = key->next)
-        append_predicate(path_, key->schema->name, lyd_get_value(key));
+        append_predicate(path, key->schema->name, lyd_get_value(key));
+    path_ = std::move(path);
     return path_;
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "server/list_order.h"
+#include "server/shared_text.h"
 #include "transapi/edit_operation.h"
 
 struct lyd_node;
@@ -42,7 +43,7 @@ struct Change {
 
     // The node's instance path, as an error-path shows it. Made once, from the parent's: a record of every callback
     // carries it.
-    [[nodiscard]] const std::string& path() const;
+    [[nodiscard]] const SharedText& path() const;
 
     // The operation that callbacks of a phase see.
     [[nodiscard]] unsigned op(Phase phase) const
@@ -55,7 +56,7 @@ struct Change {
     }
 
 private:
-    mutable std::string path_;
+    mutable SharedText path_;
 };
 
 // Owns the changes of one edit. Addresses stay valid while it lives.

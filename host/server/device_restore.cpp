@@ -89,8 +89,8 @@ private:
         AppliedEdit edit(present_, replacement(goal_));
         if (edit.changes().empty())
             return false;
-        PassResult pass =
-            run_callbacks(edit.changes(), table_, platform_, {.replaced = replaced_, .progress = wanted_.progress});
+        PassResult pass = run_callbacks(edit.changes(), table_, platform_,
+                                        {.traces_all = false, .replaced = replaced_, .progress = wanted_.progress});
         const bool go_on =
             pass.completed || (pass.first_failed != nullptr && widen(*pass.first_failed)) || ++retries_ <= most_retries;
         pass.first_failed = nullptr;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "server/shared_text.h"
 #include "transapi/callback_table.h"
 #include "transapi/datastore.h"
 
@@ -20,7 +21,7 @@ struct Row {
     std::string path; // absolute schema path, each step with the module's prefix
     transapi_callback function = nullptr;
     int priority = 0;
-    std::string callback; // name of the function, for display; empty when the library does not export it
+    SharedText callback; // name of the function, for display; empty when the library does not export it
 };
 
 // A library opened with dlopen (immediate binding, local scope) and closed with the object.

@@ -96,8 +96,8 @@ void RunningDatastore::carry_out(AppliedEdit& edit, ErrorOption option, const Au
     outcome.times.describe = lap.time();
     const std::int64_t id = prepare(author, text);
     outcome.times.store = lap.time();
-    outcome.pass =
-        run_callbacks(edit.changes(), table_, device_, {.goes_on = option == ErrorOption::continue_on_error});
+    outcome.pass = run_callbacks(edit.changes(), table_, device_,
+                                 {.goes_on = option == ErrorOption::continue_on_error, .traces_all = traces_all_});
     outcome.times.callbacks = lap.time();
     outcome.errors = outcome.pass.errors();
     if (outcome.errors.empty() && !stands(edit, id, text, outcome))

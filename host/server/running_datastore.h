@@ -106,6 +106,9 @@ public:
     // device with a configuration that is not valid.
     std::int64_t repair_datastore(const Author& author);
 
+    // Whether outcomes have a record of every callback, or only of those that had something to send or to tell.
+    void trace_all(bool all) { traces_all_ = all; }
+
     // Records that the history keeps at least. Older ones go from time to time.
     void keep_commits(std::size_t number) { kept_ = number; }
 
@@ -134,6 +137,7 @@ private:
     ConfigTree running_;
     std::optional<std::int64_t> unfinished_; // the intent that is open in the store
     std::size_t kept_ = 1000;
+    bool traces_all_ = false;
 };
 
 } // namespace qnips

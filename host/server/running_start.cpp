@@ -65,8 +65,9 @@ void RunningDatastore::restore_all(StartOutcome& outcome, const Progress& progre
     ConfigTree nothing;
     AppliedEdit edit(nothing, replacement(running_));
     const PassResult pass =
-        run_callbacks(edit.changes(), table_, device_, {.goes_on = true, .restores = true, .progress = progress});
-    outcome.restored = pass.trace.size();
+        run_callbacks(edit.changes(), table_, device_,
+                      {.goes_on = true, .traces_all = false, .restores = true, .progress = progress});
+    outcome.restored = pass.callbacks;
     outcome.errors = pass.errors();
 }
 

@@ -69,7 +69,7 @@ TEST_F(Services, CallbackGetsTheOperationAndTheNodeAndTheRecordSaysSo)
     EXPECT_THAT(record.scripts, IsEmpty());
     EXPECT_THAT(record.dropped, IsEmpty());
     EXPECT_THAT(record.errors, IsEmpty());
-    EXPECT_EQ(record.platform_error, std::nullopt);
+    EXPECT_EQ(record.platform_error, nullptr);
     EXPECT_FALSE(record.covered);
 }
 
@@ -173,7 +173,8 @@ TEST_F(Services, RefusalOfThePlatformIsReturnedReportedAndRecorded)
             });
         EXPECT_EQ(record.result, code);
         EXPECT_THAT(record.errors, ElementsAre(ReportedError{code, "refused"}));
-        EXPECT_EQ(record.platform_error, refusal);
+        ASSERT_NE(record.platform_error, nullptr);
+        EXPECT_EQ(*record.platform_error, refusal);
         EXPECT_THAT(record.scripts, IsEmpty());
         EXPECT_THAT(record.dropped, IsEmpty());
         EXPECT_THAT(platform.scripts(), ElementsAre(Script{{line("one")}, API_CMD_ADD, false}));
