@@ -123,7 +123,7 @@ Line text_line(const ListedNode& node)
               .path = short_path(node.path)};
     if (node.removal) {
         line.priorities += fmt::format("/{}", node.removal->priority);
-        line.callbacks = paired(node.set.callback, node.removal->callback);
+        line.callbacks = paired(node.set.callback.str(), node.removal->callback.str());
         line.handler = "own";
     } else if (node.speaker) {
         line.handler = fmt::format("{}'s", last_step(*node.speaker));

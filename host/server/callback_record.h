@@ -40,10 +40,10 @@ struct CallbackRecord {
     int result = 0; // what the callback returned: 0 done
     std::chrono::nanoseconds duration{};
 
-    std::vector<CommittedScript> scripts;          // accepted by the platform, empty ones left out
-    std::vector<CommandLine> dropped;              // cached, and then neither committed nor refused
-    std::vector<ReportedError> errors;             // in the order in which they were raised
-    std::unique_ptr<PlatformError> platform_error; // what the platform said when it refused; else null
+    std::vector<CommittedScript> scripts;                // accepted by the platform, empty ones left out
+    std::vector<CommandLine> dropped;                    // cached, and then neither committed nor refused
+    std::vector<ReportedError> errors;                   // in the order in which they were raised
+    std::shared_ptr<const PlatformError> platform_error; // what the platform said when it refused; else null
 
     // True when an ancestor is being removed and this callback had nothing to add to that.
     bool covered = false;

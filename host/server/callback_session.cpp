@@ -104,7 +104,7 @@ int CallbackSession::commit(unsigned operation, nc_err** slot)
     PendingScript::Commit commit = script_.commit(platform_, static_cast<int>(operation));
     if (commit.error) {
         report(slot, {static_cast<NC_ERR>(commit.error->code), commit.error->message});
-        record_.platform_error = std::make_unique<PlatformError>(std::move(*commit.error));
+        record_.platform_error = std::make_shared<const PlatformError>(std::move(*commit.error));
         return record_.platform_error->code;
     }
     if (!commit.lines.empty())

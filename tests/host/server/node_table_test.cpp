@@ -101,7 +101,7 @@ std::vector<Row> with(std::vector<Row> rows, Row added)
 // Gives the row of `name` another priority.
 std::vector<Row> with_priority(std::vector<Row> rows, std::string_view name, int priority)
 {
-    std::ranges::find(rows, name, &Row::callback)->priority = priority;
+    std::ranges::find_if(rows, [&](const Row& row) { return row.callback == name; })->priority = priority;
     return rows;
 }
 
