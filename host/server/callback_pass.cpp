@@ -92,8 +92,7 @@ private:
             result_.trace.push_back(std::move(record));
         if (!succeeded) {
             failed_.insert(step.change);
-            if (result_.first_failed == nullptr)
-                result_.first_failed = step.change;
+            result_.failed.push_back(step.change);
             return false;
         }
         if (removes && element != nullptr && (step.change->op(step.phase) & XMLDIFF_REM) != 0)
@@ -110,6 +109,16 @@ private:
     std::size_t done_ = 0;
 };
 
+// What the platform throws is an error like one that it returns.
+std::optional<PlatformError> tell_gone(CommandPlatform& platform, const std::string& vsys)
+{
+    try {
+        return platform.remove_vsys(vsys);
+    } catch (const std::exception& error) {
+        return PlatformError{NC_ERR_OP_FAILED, error.what(), std::nullopt};
+    }
+}
+
 // A refusal says that nothing was done; any other failure leaves open what the device has heard.
 bool leaves_open(const PlatformError& error)
 {
@@ -120,7 +129,7 @@ bool leaves_open(const PlatformError& error)
 
 bool PassResult::reached_device() const
 {
-    if (!removed_vsys.empty())
+    if (!removed_vsys.empty() || vsys_error)
         return true;
     return std::any_of(trace.begin(), trace.end(), [](const CallbackRecord& record) {
         return !record.scripts.empty() || (record.platform_error && leaves_open(*record.platform_error));
@@ -151,15 +160,20 @@ PassResult run_callbacks(ChangeSet& changes, const NodeTable& table, CommandPlat
     // No command line removes a virtual system: it belongs to the platform and takes its configuration along.
     if (!result.completed && !options.goes_on)
         return result;
+    std::vector<std::string> gone;
     for (const Change* root : changes.roots())
-        find_removed_vsys(root, result.removed_vsys);
-    for (const std::string& name : result.removed_vsys) {
-        if (const std::optional<PlatformError> error = platform.remove_vsys(name)) {
-            result.vsys_error.emplace(error_tag(static_cast<NC_ERR>(error->code)),
-                                      fmt::format("{}[name='{}']", vsys_path, name), error->message);
+        find_removed_vsys(root, gone);
+    for (std::string& name : gone) {
+        if (const std::optional<PlatformError> error = tell_gone(platform, name)) {
+            if (!result.vsys_error)
+                result.vsys_error.emplace(error_tag(static_cast<NC_ERR>(error->code)),
+                                          fmt::format("{}[name='{}']", vsys_path, name), error->message);
             result.completed = false;
-            break;
+            if (!options.goes_on)
+                break;
+            continue;
         }
+        result.removed_vsys.push_back(std::move(name));
     }
     return result;
 }

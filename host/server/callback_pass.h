@@ -38,8 +38,8 @@ struct PassResult {
     std::size_t callbacks = 0;               // that were called
     std::size_t covered = 0;                 // of those, the ones that an ancestor's removal covers
     bool completed = false;                  // every callback was called and has succeeded
-    const Change* first_failed = nullptr; // what the first callback that failed was called for, while the changes live
-    std::optional<RpcError> vsys_error{}; // why the platform was not told of one that has gone
+    std::vector<const Change*> failed{};     // what the callbacks that failed were called for, while the changes live
+    std::optional<RpcError> vsys_error{};    // why the platform was not told of one that has gone
 
     // Whether the device may have changed: it has taken lines, or nobody knows whether it has.
     [[nodiscard]] bool reached_device() const;

@@ -15,8 +15,8 @@ namespace qnips
 namespace
 {
 
-// Each pass that fails widens what is taken back, so their number is bounded by the depth of the configuration; this
-// bound is for a device that refuses at random.
+// Each pass that fails takes every refused node back by something wider, so the depth of the configuration bounds their
+// number; this bound is for a device that refuses at random.
 constexpr int most_passes = 24;
 // A refusal that no wider removal can avoid may have been a passing one.
 constexpr int most_retries = 2;
@@ -72,12 +72,14 @@ private:
     // Reads the device and compares.
     bool reached()
     {
-        present_ = read_device(schema_, platform_);
+        ConfigTree device = read_device(schema_, platform_);
         if (wanted_.attempted != nullptr)
-            present_ = complete(std::move(present_), *wanted_.attempted);
-        present_ = complete(std::move(present_), wanted_.goal);
-        if (wanted_.touched != nullptr)
-            present_ = wanted_.touched->overlaid(wanted_.goal, present_);
+            device = complete(std::move(device), *wanted_.attempted);
+        device = complete(std::move(device), wanted_.goal);
+        present_ = wanted_.touched != nullptr ? wanted_.touched->overlaid(wanted_.goal, device) : copy_of(device);
+        // What a pass has taken whole may have come back in part.
+        for (const TouchedNodes& tried : tried_)
+            present_ = tried.overlaid(present_, device);
         result_.remaining = differences(wanted_.goal, present_);
         return result_.remaining.empty();
     }
@@ -89,11 +91,15 @@ private:
         AppliedEdit edit(present_, replacement(goal_));
         if (edit.changes().empty())
             return false;
-        PassResult pass = run_callbacks(edit.changes(), table_, platform_,
-                                        {.traces_all = false, .replaced = replaced_, .progress = wanted_.progress});
-        const bool go_on =
-            pass.completed || (pass.first_failed != nullptr && widen(*pass.first_failed)) || ++retries_ <= most_retries;
-        pass.first_failed = nullptr;
+        PassResult pass =
+            run_callbacks(edit.changes(), table_, platform_,
+                          {.goes_on = true, .traces_all = false, .replaced = replaced_, .progress = wanted_.progress});
+        bool widened = false;
+        for (const Change* refused : pass.failed)
+            widened = widen(*refused) || widened;
+        const bool go_on = pass.completed || widened || ++retries_ <= most_retries;
+        pass.failed.clear();
+        tried_.emplace_back(edit.changes());
         result_.passes.push_back(std::move(pass));
         return go_on;
     }
@@ -158,7 +164,8 @@ private:
         const PassResult* last = result_.passes.empty() ? nullptr : &result_.passes.back();
         if (last != nullptr && !last->completed) {
             result_.fault = last->errors().front();
-            reached();
+            if (reached())
+                result_.fault.reset();
             return;
         }
         result_.fault.emplace("operation-failed", std::string(),
@@ -172,6 +179,7 @@ private:
     ConfigTree goal_; // the goal, but for leaves that cannot go
     ConfigTree present_;
     std::vector<std::string> replaced_;
+    std::vector<TouchedNodes> tried_; // what the passes have touched
     int retries_ = 0;
     Restoration result_;
 };

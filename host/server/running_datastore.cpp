@@ -44,7 +44,8 @@ RpcError rollback_error(const Restoration& rollback)
 
 RunningDatastore::RunningDatastore(const YangSchema& schema, const NodeTable& table, CommandPlatform& device,
                                    CommitStore& store)
-    : schema_(schema), table_(table), rules_(schema), device_(device), store_(store)
+    : schema_(schema), table_(table), rules_(schema), device_(device), store_(store),
+      interrupted_(store.open_intent().has_value())
 {
     try {
         running_ = rebuilt(store_.running());
@@ -73,6 +74,7 @@ ConfigTree RunningDatastore::at(std::int64_t commit) const
 
 EditOutcome RunningDatastore::edit(const EditRequest& request, const Author& author)
 {
+    end_interrupted();
     EditOutcome outcome;
     Lap lap;
     AppliedEdit edit(running_, request); // taken back when it goes out of scope without a commit
@@ -105,7 +107,7 @@ void RunningDatastore::carry_out(AppliedEdit& edit, ErrorOption option, const Au
     outcome.times.store += lap.time();
     if (outcome.effect != EditOutcome::Effect::whole)
         settle(edit, option, id, text, outcome);
-    outcome.pass.first_failed = nullptr;
+    outcome.pass.failed.clear();
 }
 
 // False when the store cannot take what the device has taken.
@@ -134,7 +136,12 @@ void RunningDatastore::settle(AppliedEdit& edit, ErrorOption option, std::int64_
     }
     const TouchedNodes touched(edit.changes());
     edit.rollback();
-    const ConfigTree attempted = running_after(text);
+    ConfigTree attempted;
+    try {
+        attempted = running_after(text);
+    } catch (const RpcError&) {
+        attempted = copy_of(running_); // the device has to be brought back, whatever the text is like
+    }
     if (option == ErrorOption::rollback_on_error || !keep_part(attempted, touched, id, outcome))
         take_back(attempted, touched, id, outcome);
 }
@@ -160,6 +167,7 @@ bool RunningDatastore::keep_part(const ConfigTree& attempted, const TouchedNodes
         if (edit.changes().empty()) {
             outcome.effect = EditOutcome::Effect::none;
             finish(id, CommitOutcome::rolled_back, {}, lines_of(outcome.pass), describe(outcome.errors));
+            outcome.commit = id;
             return true;
         }
         finish(id, CommitOutcome::partly_applied, edit_text(edit.changes()), lines_of(outcome.pass),
@@ -184,6 +192,7 @@ void RunningDatastore::take_back(const ConfigTree& attempted, const TouchedNodes
         finish(id, outcome.rollback.done() ? CommitOutcome::rolled_back : CommitOutcome::rollback_failed, {},
                lines_of(outcome.pass, outcome.rollback.passes), describe(outcome.errors));
         outcome.commit = id;
+        tidy_store();
     } catch (const RpcError& error) {
         outcome.errors.push_back(error);
     }
@@ -221,6 +230,8 @@ void RunningDatastore::finish(std::int64_t id, CommitOutcome outcome, const std:
     try {
         store_.finish(id, outcome, edit, lines, message);
         unfinished_.reset();
+        interrupted_ = false;
+        ++finished_;
     } catch (const StoreError& error) {
         throw rpc_error(error);
     }
@@ -230,8 +241,11 @@ void RunningDatastore::finish(std::int64_t id, CommitOutcome outcome, const std:
 void RunningDatastore::tidy_store()
 {
     try {
-        if (!store_.wants_snapshot())
+        // Edits that were taken back change nothing and are kept all the same.
+        constexpr std::size_t most_records = 16; // for each one that is kept
+        if (!store_.wants_snapshot() && finished_ < most_records * kept_)
             return;
+        finished_ = 0;
         store_.add_snapshot(tree_text(running_.first()));
         store_.prune(kept_);
     } catch (const StoreError&) {

@@ -124,8 +124,11 @@ private:
     void take_back(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);
     [[nodiscard]] ConfigTree running_after(const std::string& edit) const;
     [[nodiscard]] TouchedNodes touched_by(const std::string& edit);
+    void end_interrupted();
     void end_interrupted(StartOutcome& outcome);
     void restore_all(StartOutcome& outcome, const Progress& progress);
+    void go_on_restoring(StartOutcome& outcome);
+    void forget_restoration();
     void tidy_store();
     [[nodiscard]] ConfigTree rebuilt(const CommitStore::Reconstruction& parts) const;
 
@@ -136,6 +139,8 @@ private:
     CommitStore& store_;
     ConfigTree running_;
     std::optional<std::int64_t> unfinished_; // the intent that is open in the store
+    std::size_t finished_ = 0;               // records since the last snapshot
+    bool interrupted_;                       // there is one of an earlier process, and nobody knows what became of it
     std::size_t kept_ = 1000;
     bool traces_all_ = false;
 };

@@ -1,6 +1,7 @@
 #include "server/touched_nodes.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include <libyang/libyang.h>
 
@@ -23,7 +24,8 @@ TreePtr copy_single(const lyd_node* node, uint32_t depth)
 
 bool changes_order(const Change& change)
 {
-    return lysc_is_userordered(change.schema) && change.is(XMLDIFF_ADD | XMLDIFF_REM | XMLDIFF_SIBLING);
+    return lysc_is_userordered(change.schema) &&
+           (change.is(XMLDIFF_ADD | XMLDIFF_REM | XMLDIFF_SIBLING) || change.replaced);
 }
 
 lyd_node* counterpart(const lyd_node* siblings, const lyd_node* node)
@@ -92,16 +94,24 @@ void TouchedNodes::overlay(const Node& node, ConfigTree& result, lyd_node* paren
         result.extract(mine);
 }
 
-// The entries of one list in the order of the device's.
+// The entries of one list that both have, in the order of the device's; what it lacks keeps its place between them.
 void TouchedNodes::reorder(const lyd_node* like, ConfigTree& result, lyd_node* parent, const lyd_node* device)
 {
+    std::vector<lyd_node*> common;
     for (; device != nullptr; device = device->next) {
-        if (device->schema != like->schema)
-            continue;
-        lyd_node* mine = counterpart(result.children(parent), device);
+        lyd_node* mine = device->schema == like->schema ? counterpart(result.children(parent), device) : nullptr;
         if (mine != nullptr)
-            result.insert(parent, result.extract(mine).release());
+            common.push_back(mine);
     }
+    const std::unordered_set<const lyd_node*> shared(common.begin(), common.end());
+    std::vector<lyd_node*> order;
+    auto next = common.begin();
+    for (lyd_node* mine = result.children(parent); mine != nullptr; mine = mine->next) {
+        if (mine->schema == like->schema)
+            order.push_back(shared.contains(mine) ? *next++ : mine);
+    }
+    for (lyd_node* entry : order)
+        result.insert(parent, result.extract(entry).release());
 }
 
 ConfigTree copy_of(const ConfigTree& tree)
