@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Runs the benchmark of edits and prints its table for docs/benchmarks.md. All rows come from one run, in random order, as
-# medians: on a machine that is not alone only the ratios within one run mean anything.
+# Runs the benchmark of edits and prints its table for docs/benchmarks.md. All rows come from one run, as medians: on a
+# machine that is not alone only the ratios within one run mean anything.
 #
 #   tools/bench-table.sh BUILD_DIR
 set -euo pipefail
 build=$1
 
 "$build"/bench/programs/edit_bench --benchmark_format=csv --benchmark_repetitions=5 \
-    --benchmark_report_aggregates_only=true --benchmark_enable_random_interleaving=true --benchmark_min_time=0.1 \
+    --benchmark_report_aggregates_only=true --benchmark_min_time=0.1 \
     2>/dev/null |
     awk -F, '
         function cell(name) { return $column[name] }
