@@ -44,7 +44,9 @@ void tell(const StartOutcome& start, bool tells_drift)
     if (start.interrupted)
         fmt::print(stderr, "qn-ips: note: the edit of {} by {} was interrupted; {}\n", start.interrupted->time,
                    start.interrupted->user,
-                   start.interrupted_stands ? "the device has it, so it stands" : "it has been taken back");
+                   start.interrupted_stands ? "the device has it, so it stands"
+                   : start.errors.empty()   ? "it has been taken back"
+                                            : "the device may still have a part of it");
     if (start.restored != 0)
         fmt::print(stderr, "qn-ips: note: the device had no configuration and got the stored one, by {}\n",
                    counted(start.restored, "callback"));
