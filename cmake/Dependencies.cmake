@@ -10,6 +10,10 @@ find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(libyang REQUIRED IMPORTED_TARGET "libyang>=2.1" "libyang<3")
 pkg_check_modules(libedit REQUIRED IMPORTED_TARGET libedit)
+pkg_check_modules(libnetconf2 REQUIRED IMPORTED_TARGET "libnetconf2>=2.0" "libnetconf2<3")
+pkg_check_modules(libssh REQUIRED IMPORTED_TARGET libssh)
+pkg_check_modules(openssl REQUIRED IMPORTED_TARGET openssl) # libnetconf2's headers include its headers
+pkg_check_modules(libcrypt REQUIRED IMPORTED_TARGET libcrypt)
 
 if(BUILD_TESTING OR QN_IPS_BUILD_FUZZ)
     find_package(GTest REQUIRED)

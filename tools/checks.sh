@@ -9,9 +9,9 @@ check_format() { # every source file is as clang-format writes it
     tools/sources.sh | xargs clang-format --dry-run -Werror
 }
 
-check_yang() { # the YANG module is valid and draws no warning
+check_yang() { # the YANG modules are valid and draw no warning
     local output
-    output=$(yanglint yang/*.yang 2>&1) || {
+    output=$(yanglint -p /usr/share/yuma/modules/ietf yang/*.yang 2>&1) || {
         echo "$output"
         return 1
     }

@@ -40,5 +40,6 @@ Command add_drift_command(CLI::App& app, const GlobalOptions& options);
 Command add_nodes_command(CLI::App& app, const GlobalOptions& options);
 Command add_console_command(CLI::App& app, const GlobalOptions& options);
 Command add_check_module_command(CLI::App& app, const GlobalOptions& options);
+Command add_serve_command(CLI::App& app, const GlobalOptions& options);
 
 } // namespace qnips::cli

@@ -77,8 +77,9 @@ std::string user_name()
     return entry != nullptr ? entry->pw_name : std::to_string(geteuid());
 }
 
-EmulatedDevice::EmulatedDevice(const GlobalOptions& options, const std::filesystem::path& state)
-    : module_(options.module), schema_(options.yang), table_(module_.rows(), schema_),
+EmulatedDevice::EmulatedDevice(const GlobalOptions& options, const std::filesystem::path& state,
+                               const std::vector<std::string>& further)
+    : module_(options.module), schema_(options.yang, default_yang_module, further), table_(module_.rows(), schema_),
       catalogue_(SignatureCatalogue::load(options.catalogue)), store_(store_file(state)), emulator_(catalogue_),
       datastore_(schema_, table_,
                  state.empty() ? static_cast<CommandPlatform&>(emulator_)
@@ -128,7 +129,12 @@ std::string EmulatedDevice::configuration()
 
 std::string EmulatedDevice::running()
 {
-    return tree_text(complete(read(), datastore_.configuration()).first());
+    return tree_text(running_tree().first());
+}
+
+ConfigTree EmulatedDevice::running_tree()
+{
+    return complete(read(), datastore_.configuration());
 }
 
 } // namespace qnips::cli

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/command.h"
 #include "platform/emulator.h"
@@ -34,7 +35,9 @@ class EmulatedDevice
 public:
     // A device without a configuration that is forgotten in the end or, with a state folder, the one that is kept
     // there; the folder is made when it is missing. Throws StoreError.
-    explicit EmulatedDevice(const GlobalOptions& options, const std::filesystem::path& state = {});
+    // `further` are YANG modules besides the module's own.
+    explicit EmulatedDevice(const GlobalOptions& options, const std::filesystem::path& state = {},
+                            const std::vector<std::string>& further = {});
 
     // Gives the device the configuration in the file, as any other: by command lines. Throws std::runtime_error when
     // the file holds none or the device does not take it.
@@ -48,6 +51,7 @@ public:
     std::string configuration();
     // The same, completed by what no line carries: what a client reads of running.
     std::string running();
+    ConfigTree running_tree();
 
     [[nodiscard]] const PluginModule& module() const { return module_; }
     [[nodiscard]] const YangSchema& schema() const { return schema_; }
@@ -55,6 +59,7 @@ public:
     // The device that is not kept.
     [[nodiscard]] EmulatedPlatform& emulator() { return emulator_; }
     [[nodiscard]] RunningDatastore& datastore() { return datastore_; }
+    [[nodiscard]] CommitStore& store() { return store_; }
 
 private:
     ConfigTree read();

@@ -94,7 +94,7 @@ int run(int argc, char** argv)
         add_history_command(app, options),      add_show_command(app, options),
         add_rollback_command(app, options),     add_drift_command(app, options),
         add_console_command(app, options),      add_nodes_command(app, options),
-        add_check_module_command(app, options),
+        add_check_module_command(app, options), add_serve_command(app, options),
     };
 
     try {

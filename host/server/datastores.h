@@ -80,6 +80,7 @@ public:
     // Empty when there is none. Throws RpcError when the store does not tell it.
     [[nodiscard]] ConfigTree startup() const { return startup_.read().value_or(ConfigTree()); }
     [[nodiscard]] bool candidate_is_modified() const { return candidate_.is_modified(); }
+    [[nodiscard]] std::optional<SessionId> lock_holder(DatastoreName name) const { return locks_.holder(name); }
 
     // An <edit-config> (7.2). Of the candidate and of startup it is carried out wholly or not at all, whatever its
     // error-option, and reaches no device. A candidate may become invalid by it, the others not.

@@ -106,26 +106,6 @@ std::string complete_request(const YangSchema& schema, std::string_view xml)
     return wrapping.before + xml_text(document, root) + wrapping.after;
 }
 
-const lyd_node* child(const lyd_node* parent, const char* name)
-{
-    const lyd_node* node = lyd_child(parent);
-    while (node != nullptr && std::strcmp(node_name(node), name) != 0)
-        node = node->next;
-    return node;
-}
-
-void require_running(const lyd_node* edit_config)
-{
-    const lyd_node* target = child(edit_config, "target");
-    const lyd_node* store = target != nullptr ? lyd_child(target) : nullptr;
-    const std::string path = fmt::format("{}/target", instance_path(edit_config));
-    if (store == nullptr)
-        throw RpcError("missing-element", path, "the edit names no target datastore");
-    if (std::strcmp(node_name(store), "running") != 0)
-        throw RpcError("operation-not-supported", path,
-                       fmt::format("the edit is for <{}>; only <running> can be edited here", node_name(store)));
-}
-
 template <class Option>
 struct Word {
     const char* text;
@@ -143,7 +123,7 @@ constexpr Word<ErrorOption> error_options[] = {{"stop-on-error", ErrorOption::st
 template <class Option, std::size_t count>
 void read_option(const lyd_node* edit_config, const char* name, const Word<Option> (&words)[count], Option& option)
 {
-    const lyd_node* leaf = child(edit_config, name);
+    const lyd_node* leaf = find_child(edit_config, name);
     if (leaf == nullptr)
         return;
     for (const Word<Option>& word : words)
@@ -154,7 +134,7 @@ void read_option(const lyd_node* edit_config, const char* name, const Word<Optio
 const lyd_node* first_edit_node(const lyd_node* edit_config)
 {
     const std::string path = fmt::format("{}/config", instance_path(edit_config));
-    const lyd_node* config = child(edit_config, "config");
+    const lyd_node* config = find_child(edit_config, "config");
     if (config == nullptr)
         throw RpcError("missing-element", path, "the edit has no <config>");
     const auto* any = reinterpret_cast<const lyd_node_any*>(config);
@@ -162,6 +142,13 @@ const lyd_node* first_edit_node(const lyd_node* edit_config)
     if (first == nullptr)
         throw RpcError("missing-element", path, "the edit is empty: no node below <config>");
     return first;
+}
+
+// How an error calls a request.
+std::string subject(const lyd_node* rpc)
+{
+    const std::string name = node_name(rpc);
+    return name == "edit-config" ? "the edit" : fmt::format("<{}>", name);
 }
 
 // A fault in the data has the same first step as one in the request's own parameters, which are no nodes of a module.
@@ -185,6 +172,28 @@ std::string_view parse_failure_tag(const LibyangMessage& message)
 }
 
 } // namespace
+
+const lyd_node* find_child(const lyd_node* parent, std::string_view name)
+{
+    const lyd_node* node = lyd_child(parent);
+    while (node != nullptr && node_name(node) != name)
+        node = node->next;
+    return node;
+}
+
+DatastoreName read_datastore(const lyd_node* rpc, std::string_view parameter)
+{
+    const lyd_node* place = find_child(rpc, parameter);
+    const lyd_node* store = place != nullptr ? lyd_child(place) : nullptr;
+    const std::string path = fmt::format("{}/{}", instance_path(rpc), parameter);
+    if (store == nullptr)
+        throw RpcError("missing-element", path, fmt::format("{} names no {} datastore", subject(rpc), parameter));
+    for (const DatastoreName name : {DatastoreName::running, DatastoreName::candidate, DatastoreName::startup})
+        if (datastore_word(name) == node_name(store))
+            return name;
+    throw RpcError("operation-not-supported", path,
+                   fmt::format("<{}> is no datastore of this server", node_name(store)));
+}
 
 EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml)
 {
@@ -212,6 +221,10 @@ EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml)
                                    operation != nullptr ? node_name(operation) : "nothing"));
 
     EditRequest request = read_edit_request(operation);
+    if (request.target != DatastoreName::running)
+        throw RpcError(
+            "operation-not-supported", fmt::format("{}/target", instance_path(operation)),
+            fmt::format("the edit is for <{}>; only <running> can be edited here", datastore_word(request.target)));
     request.envelope = std::move(envelope_owner);
     request.rpc = std::move(rpc_owner);
     return request;
@@ -228,8 +241,8 @@ EditRequest replacement(const ConfigTree& goal)
 
 EditRequest read_edit_request(const lyd_node* edit_config)
 {
-    require_running(edit_config);
     EditRequest request;
+    request.target = read_datastore(edit_config, "target");
     read_option(edit_config, "default-operation", default_operations, request.default_operation);
     read_option(edit_config, "test-option", test_options, request.test_option);
     read_option(edit_config, "error-option", error_options, request.error_option);

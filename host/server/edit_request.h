@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "server/config_tree.h"
+#include "server/datastore_locks.h"
 #include "server/yang_schema.h"
 
 namespace qnips
@@ -19,6 +20,7 @@ struct EditRequest {
     TreePtr envelope;
     TreePtr rpc;
 
+    DatastoreName target = DatastoreName::running;
     DefaultOperation default_operation = DefaultOperation::merge;
     TestOption test_option = TestOption::test_then_set;
     ErrorOption error_option = ErrorOption::stop_on_error;
@@ -29,10 +31,17 @@ struct EditRequest {
 EditRequest replacement(const ConfigTree& goal);
 
 // Reads an edit from XML text whose root is <rpc>, <edit-config>, <config> or a root of the module's configuration;
-// what is missing around it is supplied, with `running` as the target and rollback-on-error. Throws RpcError.
+// what is missing around it is supplied, with rollback-on-error. The target is running. Throws RpcError.
 EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml);
 
 // Reads an edit from the <edit-config> node of a parsed rpc, which must outlive the request. Throws RpcError.
 EditRequest read_edit_request(const lyd_node* edit_config);
+
+// The child of a node by its name, also where the schema does not know it; null if there is none.
+const lyd_node* find_child(const lyd_node* parent, std::string_view name);
+
+// The datastore that a parameter (<target>, <source>) of a parsed rpc names. Throws RpcError "missing-element" when it
+// names none and "operation-not-supported" for one that is no datastore of this server.
+DatastoreName read_datastore(const lyd_node* rpc, std::string_view parameter);
 
 } // namespace qnips

@@ -16,9 +16,10 @@ namespace qnips
 namespace
 {
 
-// The part of ietf-netconf that the host offers: it has running, candidate and startup, checks before it applies, and
-// rolls back when an edit fails (RFC 6241, 8.2 to 8.7).
-const char* netconf_features[] = {"writable-running", "candidate", "rollback-on-error", "validate", "startup", nullptr};
+// The part of ietf-netconf that the host offers: it has running, candidate and startup, checks before it applies, rolls
+// back when an edit fails, takes back what nobody confirms, and selects by XPath (RFC 6241, 8.2 to 8.7 and 8.9).
+const char* netconf_features[] = {
+    "writable-running", "candidate", "confirmed-commit", "rollback-on-error", "validate", "startup", "xpath", nullptr};
 
 constexpr std::string_view netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
 
@@ -169,7 +170,8 @@ std::string indented_xml(std::string_view xml)
     return dumped(document, xmlDocGetRootElement(document.get()), true) + '\n';
 }
 
-YangSchema::YangSchema(const std::vector<std::filesystem::path>& folders, const std::string& module)
+YangSchema::YangSchema(const std::vector<std::filesystem::path>& folders, const std::string& module,
+                       const std::vector<std::string>& further)
 {
     // Messages are fetched where an error is raised; nothing goes to standard error.
     ly_log_options(LY_LOSTORE);
@@ -187,6 +189,8 @@ YangSchema::YangSchema(const std::vector<std::filesystem::path>& folders, const 
                 fmt::format("cannot search YANG modules in {}: {}", folder.string(), last_message(context).text));
     }
     load(context, "ietf-netconf", netconf_features, folders);
+    for (const std::string& name : further)
+        load(context, name, nullptr, folders);
     module_ = load(context, module, nullptr, folders);
     ly_log_options(LY_LOSTORE_LAST);
 }

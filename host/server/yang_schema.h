@@ -41,13 +41,16 @@ std::string xml_text(const DocumentPtr& document, xmlNode* node);
 // XML text with a line and an indentation for each element. Throws RpcError for what is no XML.
 std::string indented_xml(std::string_view xml);
 
+// The module whose configuration the host manages.
+inline constexpr const char* default_yang_module = "quorin-intrusion-prevention";
+
 class YangSchema
 {
 public:
-    // Loads `module` and ietf-netconf from `folders` (searched in order, sub-folders not included). Throws
-    // std::runtime_error that names the module and the folders when one cannot be loaded.
+    // Loads `module`, ietf-netconf and the `further` ones from `folders` (searched in order, sub-folders not included).
+    // Throws std::runtime_error that names the module and the folders when one cannot be loaded.
     explicit YangSchema(const std::vector<std::filesystem::path>& folders,
-                        const std::string& module = "quorin-intrusion-prevention");
+                        const std::string& module = default_yang_module, const std::vector<std::string>& further = {});
 
     [[nodiscard]] ly_ctx* context() const { return context_.get(); }
     [[nodiscard]] const lys_module* module() const { return module_; }

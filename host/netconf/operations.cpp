@@ -1,0 +1,297 @@
+#include "netconf/operations.h"
+
+#include <algorithm>
+#include <charconv>
+#include <exception>
+#include <string_view>
+#include <utility>
+
+#include <fmt/format.h>
+#include <libyang/libyang.h>
+
+#include "netconf/filters.h"
+#include "netconf/monitoring.h"
+#include "netconf/outcome_reply.h"
+#include "netconf/request_parameters.h"
+#include "server/datastores.h"
+#include "server/edit_request.h"
+#include "server/libyang_error.h"
+#include "server/touched_nodes.h"
+
+namespace qnips
+{
+
+namespace
+{
+
+constexpr std::string_view netconf_module = "ietf-netconf";
+constexpr std::string_view monitoring_module = "ietf-netconf-monitoring";
+
+Reply with_data(TreePtr tree, DefaultsMode defaults)
+{
+    Reply reply;
+    reply.data = ReplyData{std::move(tree), defaults};
+    return reply;
+}
+
+void append(TreePtr& trees, TreePtr more)
+{
+    lyd_node* next = nullptr;
+    for (lyd_node* node = more.release(); node != nullptr; node = next) {
+        next = node->next;
+        lyd_node* first = trees.release();
+        const LY_ERR result = lyd_insert_sibling(first, node, &first);
+        trees.reset(first);
+        check(result, node, "add");
+    }
+}
+
+// With the nodes that hold because nothing else was set.
+TreePtr with_implicit(const lys_module* module, TreePtr data)
+{
+    lyd_node* first = data.release();
+    const LY_ERR result = lyd_new_implicit_module(&first, module, LYD_IMPLICIT_NO_STATE, nullptr);
+    data.reset(first);
+    check(result, first, "complete");
+    return data;
+}
+
+} // namespace
+
+const std::vector<std::string>& server_yang_modules()
+{
+    static const std::vector<std::string> modules = {"ietf-netconf-monitoring", "ietf-netconf-with-defaults",
+                                                     "quorin-netconf-transport"};
+    return modules;
+}
+
+Operations::Operations(const YangSchema& schema, Datastores& datastores, SessionTable& sessions, Reads reads)
+    : schema_(schema), datastores_(datastores), sessions_(sessions), reads_(std::move(reads))
+{
+}
+
+struct Operations::Row {
+    std::string_view module;
+    std::string_view name;
+    Operation operation;
+};
+
+Reply Operations::dispatch(const Requester& requester, const lyd_node* rpc)
+{
+    static constexpr Row rows[] = {
+        {netconf_module, "get", &Operations::get},
+        {netconf_module, "get-config", &Operations::get_config},
+        {netconf_module, "edit-config", &Operations::edit_config},
+        {netconf_module, "copy-config", &Operations::copy_config},
+        {netconf_module, "delete-config", &Operations::delete_config},
+        {netconf_module, "lock", &Operations::lock},
+        {netconf_module, "unlock", &Operations::unlock},
+        {netconf_module, "validate", &Operations::validate},
+        {netconf_module, "commit", &Operations::commit},
+        {netconf_module, "cancel-commit", &Operations::cancel_commit},
+        {netconf_module, "discard-changes", &Operations::discard_changes},
+        {netconf_module, "kill-session", &Operations::kill_session},
+        {monitoring_module, "get-schema", &Operations::get_schema},
+    };
+    for (const Row& row : rows)
+        if (row.module == rpc->schema->module->name && row.name == rpc->schema->name)
+            return (this->*row.operation)(requester, rpc);
+    throw RpcError("operation-not-supported", {}, fmt::format("there is no operation <{}>", node_name(rpc)));
+}
+
+Reply Operations::execute(const Requester& requester, const lyd_node* rpc)
+{
+    Reply reply;
+    try {
+        return dispatch(requester, rpc);
+    } catch (const RpcError& error) {
+        reply.errors.push_back({error});
+    } catch (const std::exception& error) {
+        reply.errors.push_back({RpcError("operation-failed", {}, error.what())});
+    }
+    return reply;
+}
+
+void Operations::close_session(SessionId session)
+{
+    datastores_.close_session(session);
+}
+
+std::optional<std::chrono::steady_clock::time_point> Operations::deadline() const
+{
+    return datastores_.deadline();
+}
+
+void Operations::tick()
+{
+    datastores_.tick();
+}
+
+// ------------------------------------------------------------------------------------------------------- reads --
+
+TreePtr Operations::configuration(DatastoreName name) const
+{
+    switch (name) {
+    case DatastoreName::running:
+        return reads_.running().release();
+    case DatastoreName::candidate:
+        // As long as nobody has changed the candidate it is running, and running is what the device has.
+        return datastores_.candidate_is_modified() ? copy_of(datastores_.candidate()).release()
+                                                   : reads_.running().release();
+    case DatastoreName::startup:
+        break;
+    }
+    return datastores_.startup().release();
+}
+
+TreePtr Operations::device_state() const
+{
+    const std::string text = reads_.state();
+    lyd_node* tree = nullptr;
+    const LY_ERR result = text.empty() ? LY_SUCCESS
+                                       : lyd_parse_data_mem(schema_.context(), text.c_str(), LYD_XML,
+                                                            LYD_PARSE_STRICT | LYD_PARSE_ONLY, 0, &tree);
+    TreePtr owned(tree);
+    if (result != LY_SUCCESS) {
+        const LibyangMessage message = last_message(schema_.context());
+        throw RpcError("operation-failed", message.path,
+                       fmt::format("the device's state does not fit the schema: {}", message.text));
+    }
+    return owned;
+}
+
+TreePtr Operations::state(const Filter& filter) const
+{
+    TreePtr trees;
+    if (filter.may_select(schema_.module()->ns, "ips-state"))
+        append(trees, device_state());
+    if (filter.may_select("urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring", "netconf-state"))
+        append(trees, monitoring_state(schema_, capabilities_, held_locks(), sessions_));
+    constexpr std::string_view library = "urn:ietf:params:xml:ns:yang:ietf-yang-library";
+    if (filter.may_select(library, "yang-library") || filter.may_select(library, "modules-state"))
+        append(trees, yang_library_state(schema_));
+    return trees;
+}
+
+TreePtr Operations::reported(TreePtr data, const lyd_node* rpc, const Filter& filter) const
+{
+    const DefaultsMode mode = read_defaults(rpc);
+    if (mode == DefaultsMode::report_all || mode == DefaultsMode::report_all_tagged)
+        data = with_implicit(schema_.module(), std::move(data));
+    return filter.selected_of(std::move(data));
+}
+
+std::vector<HeldLock> Operations::held_locks() const
+{
+    std::vector<HeldLock> locks;
+    for (const DatastoreName name : {DatastoreName::running, DatastoreName::candidate, DatastoreName::startup})
+        if (const auto holder = datastores_.lock_holder(name))
+            locks.push_back({name, *holder, locked_since_.at(static_cast<std::size_t>(name))});
+    return locks;
+}
+
+Reply Operations::get(const Requester&, const lyd_node* rpc)
+{
+    const Filter filter(rpc);
+    TreePtr data = state(filter);
+    if (filter.may_select(schema_.module()->ns, "ips-config"))
+        append(data, configuration(DatastoreName::running));
+    return with_data(reported(std::move(data), rpc, filter), read_defaults(rpc));
+}
+
+Reply Operations::get_config(const Requester&, const lyd_node* rpc)
+{
+    const DatastoreName source = read_datastore(rpc, "source");
+    const Filter filter(rpc);
+    return with_data(reported(configuration(source), rpc, filter), read_defaults(rpc));
+}
+
+Reply Operations::get_schema(const Requester&, const lyd_node* rpc)
+{
+    const std::string format = read_leaf(rpc, "format").value_or("ietf-netconf-monitoring:yang");
+    if (format != "ietf-netconf-monitoring:yang")
+        throw RpcError("invalid-value", fmt::format("{}/format", instance_path(rpc)), "schemas are given as YANG only");
+    Reply reply;
+    reply.data = ReplyData{
+        .tree = nullptr,
+        .text = schema_text(schema_, require_leaf(rpc, "identifier"), read_leaf(rpc, "version").value_or(""))};
+    return reply;
+}
+
+// ------------------------------------------------------------------------------------------------------- edits --
+
+Reply Operations::edit_config(const Requester& requester, const lyd_node* rpc)
+{
+    const EditRequest request = read_edit_request(rpc);
+    return reply_of(datastores_.edit_config(requester.session, requester.user, request.target, request));
+}
+
+Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
+{
+    if (read_defaults(rpc) != DefaultsMode::report_explicit)
+        throw RpcError("operation-not-supported", fmt::format("{}/with-defaults", instance_path(rpc)),
+                       "a datastore is copied as it is; with-defaults can only be \"explicit\" here");
+    const DatastoreName target = read_datastore(rpc, "target");
+    return reply_of(datastores_.copy_config(requester.session, requester.user, target, read_source(rpc)));
+}
+
+Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
+{
+    datastores_.delete_config(requester.session, read_datastore(rpc, "target"));
+    return {};
+}
+
+Reply Operations::validate(const Requester&, const lyd_node* rpc)
+{
+    datastores_.validate(read_source(rpc));
+    return {};
+}
+
+Reply Operations::commit(const Requester& requester, const lyd_node* rpc)
+{
+    return reply_of(datastores_.commit(requester.session, requester.user, read_commit(rpc)));
+}
+
+Reply Operations::cancel_commit(const Requester& requester, const lyd_node* rpc)
+{
+    return reply_of(datastores_.cancel_commit(requester.session, requester.user, read_leaf(rpc, "persist-id")));
+}
+
+Reply Operations::discard_changes(const Requester& requester, const lyd_node*)
+{
+    datastores_.discard_changes(requester.session);
+    return {};
+}
+
+// --------------------------------------------------------------------------------------------- locks, sessions --
+
+Reply Operations::lock(const Requester& requester, const lyd_node* rpc)
+{
+    const DatastoreName target = read_datastore(rpc, "target");
+    datastores_.lock(requester.session, target);
+    locked_since_.at(static_cast<std::size_t>(target)) = std::time(nullptr);
+    return {};
+}
+
+Reply Operations::unlock(const Requester& requester, const lyd_node* rpc)
+{
+    datastores_.unlock(requester.session, read_datastore(rpc, "target"));
+    return {};
+}
+
+Reply Operations::kill_session(const Requester& requester, const lyd_node* rpc)
+{
+    const std::string text = require_leaf(rpc, "session-id");
+    const std::string path = fmt::format("{}/session-id", instance_path(rpc));
+    SessionId victim = 0; // a number, by its type
+    std::from_chars(text.data(), text.data() + text.size(), victim);
+    if (victim == requester.session)
+        throw RpcError("invalid-value", path, "a session cannot kill itself");
+    if (!sessions_.kill({victim, requester.session}))
+        throw RpcError("invalid-value", path, fmt::format("there is no session {}", victim));
+    // Its locks are free when the answer comes, however long its transport takes to end.
+    datastores_.close_session(victim);
+    return {};
+}
+
+} // namespace qnips

@@ -1,0 +1,95 @@
+// The operations of a NETCONF server (RFC 6241, 7 and 8; RFC 6022, 3.1), without the messages and sessions around them.
+//
+// Running is read from the device through the module, as is the state; what edits do happens in Datastores. This header
+// names no type of the server contract, whose error numbers bear the same names as those of the NETCONF library.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "netconf/reply.h"
+#include "netconf/sessions.h"
+#include "server/config_tree.h"
+#include "server/datastore_locks.h"
+#include "server/yang_schema.h"
+
+namespace qnips
+{
+
+class Datastores;
+class Filter;
+struct HeldLock;
+
+// YANG modules that a NETCONF server has besides ietf-netconf and the module's own.
+const std::vector<std::string>& server_yang_modules();
+
+struct Requester {
+    SessionId session = 0;
+    std::string user;
+};
+
+class Operations
+{
+public:
+    // How the device is asked. Both may throw RpcError.
+    struct Reads {
+        std::function<ConfigTree()> running;
+        std::function<std::string()> state; // XML text of the state's root; empty for none
+    };
+
+    // Everything has to outlive the operations.
+    Operations(const YangSchema& schema, Datastores& datastores, SessionTable& sessions, Reads reads);
+
+    // What the <hello> announces.
+    void set_capabilities(std::vector<std::string> capabilities) { capabilities_ = std::move(capabilities); }
+
+    // Carries out the operation whose node is `rpc`. Throws nothing: whatever fails is in the reply.
+    Reply execute(const Requester& requester, const lyd_node* rpc);
+
+    // A session has ended: its locks and unconfirmed commits go with it. Throws nothing.
+    void close_session(SessionId session);
+
+    // When tick has something to do; nullopt for never, as things stand.
+    [[nodiscard]] std::optional<std::chrono::steady_clock::time_point> deadline() const;
+    // Takes back a confirmed commit whose time is over. Throws nothing.
+    void tick();
+
+private:
+    using Operation = Reply (Operations::*)(const Requester&, const lyd_node*);
+    struct Row;
+
+    Reply dispatch(const Requester& requester, const lyd_node* rpc);
+    Reply get(const Requester& requester, const lyd_node* rpc);
+    Reply get_config(const Requester& requester, const lyd_node* rpc);
+    Reply edit_config(const Requester& requester, const lyd_node* rpc);
+    Reply copy_config(const Requester& requester, const lyd_node* rpc);
+    Reply delete_config(const Requester& requester, const lyd_node* rpc);
+    Reply lock(const Requester& requester, const lyd_node* rpc);
+    Reply unlock(const Requester& requester, const lyd_node* rpc);
+    Reply validate(const Requester& requester, const lyd_node* rpc);
+    Reply commit(const Requester& requester, const lyd_node* rpc);
+    Reply cancel_commit(const Requester& requester, const lyd_node* rpc);
+    Reply discard_changes(const Requester& requester, const lyd_node* rpc);
+    Reply kill_session(const Requester& requester, const lyd_node* rpc);
+    Reply get_schema(const Requester& requester, const lyd_node* rpc);
+
+    [[nodiscard]] TreePtr configuration(DatastoreName name) const;
+    [[nodiscard]] TreePtr device_state() const;
+    [[nodiscard]] TreePtr state(const Filter& filter) const;
+    [[nodiscard]] TreePtr reported(TreePtr data, const lyd_node* rpc, const Filter& filter) const;
+    [[nodiscard]] std::vector<HeldLock> held_locks() const;
+
+    const YangSchema& schema_;
+    Datastores& datastores_;
+    SessionTable& sessions_;
+    Reads reads_;
+    std::vector<std::string> capabilities_;
+    std::array<std::time_t, datastore_count> locked_since_{};
+};
+
+} // namespace qnips

@@ -1,0 +1,67 @@
+// A running `qn-ips serve`, and a client that writes its messages to the socket byte by byte as the test wants.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qnips::test
+{
+
+class ServeProcess
+{
+public:
+    // Starts the program with a state folder and more arguments, and waits until it serves. Throws std::runtime_error
+    // with what it has said when it ends before that.
+    ServeProcess(const std::filesystem::path& state, const std::vector<std::string>& arguments);
+    ~ServeProcess();
+    ServeProcess(const ServeProcess&) = delete;
+    ServeProcess& operator=(const ServeProcess&) = delete;
+
+    // Asks it to end, and waits. The exit status, or 128 and the number of the signal that has ended it.
+    int stop();
+
+private:
+    bool read_output();
+
+    pid_t id_ = -1;
+    int output_ = -1;
+    std::string text_;
+};
+
+class RawClient
+{
+public:
+    // Connects and exchanges <hello>; afterwards messages are chunked (RFC 6242, 4.2). Throws std::runtime_error.
+    explicit RawClient(const std::filesystem::path& socket);
+    ~RawClient();
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    [[nodiscard]] const std::string& hello() const { return hello_; }
+    [[nodiscard]] std::string session_id() const;
+
+    // The reply to an operation, what stands in <rpc-reply>; "" when the server has closed the session.
+    std::string call(const std::string& operation);
+    // Sends a message, in chunks of this size.
+    void send(std::string_view message, std::size_t chunk = 65536) const;
+    void send_bytes(std::string_view bytes) const;
+    // The next message; "" when the server has closed the session. Throws std::runtime_error after half a minute.
+    std::string receive();
+    // Ends the session without saying so.
+    void hang_up();
+
+private:
+    bool read_more();
+    std::string take(std::size_t size);
+    std::string take_to(std::string_view end);
+
+    int socket_ = -1;
+    std::string unread_;
+    std::string hello_;
+};
+
+} // namespace qnips::test

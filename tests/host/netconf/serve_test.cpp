@@ -1,0 +1,211 @@
+// `qn-ips serve` as its clients meet it: framing, sessions, whole messages, the end of the process.
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/store/temporary_folder.h"
+#include "netconf_requests.h"
+#include "serve_process.h"
+
+namespace qnips::test
+{
+namespace
+{
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr std::string_view ok = "<ok/>";
+const std::string web = profile("web", "<description>a</description>");
+
+class Serve : public testing::Test
+{
+protected:
+    void start() { server_.emplace(folder_.path() / "state", std::vector<std::string>{"--unix", socket()}); }
+    [[nodiscard]] std::string socket() const { return folder_.file("socket"); }
+
+    TemporaryFolder folder_;
+    std::optional<ServeProcess> server_;
+};
+
+TEST_F(Serve, AnnouncesWhatItCanDo)
+{
+    start();
+    const RawClient client(socket());
+    for (const char* capability :
+         {"urn:ietf:params:netconf:base:1.0<", "urn:ietf:params:netconf:base:1.1<", "capability:writable-running:1.0<",
+          "capability:candidate:1.0<", "capability:confirmed-commit:1.1<", "capability:rollback-on-error:1.0<",
+          "capability:validate:1.1<", "capability:startup:1.0<", "capability:xpath:1.0<",
+          "capability:with-defaults:1.0?basic-mode=explicit&amp;also-supported=", "capability:yang-library:1.1?",
+          "urn:quorin:params:xml:ns:yang:quorin-intrusion-prevention?module=quorin-intrusion-prevention&amp;revision="})
+        EXPECT_THAT(client.hello(), HasSubstr(capability));
+    for (const char* capability : {"capability:url", "capability:notification", "capability:interleave"})
+        EXPECT_THAT(client.hello(), Not(HasSubstr(capability)));
+}
+
+TEST_F(Serve, EditsAndReads)
+{
+    start();
+    RawClient client(socket());
+    EXPECT_EQ(client.call(get_config("running")), "<data/>");
+    EXPECT_EQ(client.call(edit("running", config_with(web))), ok);
+    EXPECT_EQ(client.call(get_config("running")), "<data>" + config_with(web) + "</data>");
+    EXPECT_THAT(client.call("<get/>"),
+                AllOf(HasSubstr("<ips-state xmlns="), HasSubstr("<netconf-state xmlns="), HasSubstr(config_with(web)),
+                      HasSubstr(":netconf-unix</transport>"), HasSubstr("<yang-library xmlns=")));
+    EXPECT_EQ(client.call("<close-session/>"), ok);
+    EXPECT_EQ(client.receive(), "");
+}
+
+TEST_F(Serve, TakesChunksOfAnySize)
+{
+    start();
+    RawClient client(socket());
+    const std::string request = "<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" message-id=\"1\">" +
+                                edit("candidate", config_with(web)) + "</rpc>";
+    for (const std::size_t size : {1U, 7U, 100000U}) {
+        client.send(request, size);
+        EXPECT_THAT(client.receive(), HasSubstr(ok)) << size;
+    }
+}
+
+TEST_F(Serve, TellsErrorsWithTheirPlace)
+{
+    start();
+    RawClient client(socket());
+    const std::string reply = client.call(edit("running", config_with(profile("x", "<none/>"))));
+    EXPECT_THAT(
+        reply,
+        AllOf(HasSubstr("<error-tag>unknown-element</error-tag>"),
+              HasSubstr("<error-path xmlns:qn-ips=\"urn:quorin:params:xml:ns:yang:quorin-intrusion-prevention\">"
+                        "/qn-ips:ips-config/qn-ips:user-defined-ips/"),
+              HasSubstr("<error-info><bad-element>none</bad-element></error-info>"), HasSubstr("xml:lang=\"en\"")));
+    EXPECT_EQ(client.call(get_config("running")), "<data/>");
+    EXPECT_THAT(client.call("<nothing xmlns=\"urn:none\"/>"), HasSubstr("<rpc-error>"));
+    EXPECT_THAT(client.call("<copy-config/>"), HasSubstr("<error-tag>missing-element</error-tag>"));
+}
+
+// RFC 6243, 6: the attribute has a namespace of its own.
+TEST_F(Serve, TagsDefaults)
+{
+    start();
+    RawClient client(socket());
+    client.call(edit("running", config_with(profile("web"))));
+    const std::string mode = "<with-defaults xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults\">"
+                             "report-all-tagged</with-defaults>";
+    EXPECT_THAT(client.call(get_config("running", mode)),
+                AllOf(HasSubstr("=\"urn:ietf:params:xml:ns:netconf:default:1.0\""),
+                      HasSubstr(":default=\"true\">false</associated-check-enable>"),
+                      Not(HasSubstr("yang:ietf-netconf-with-defaults"))));
+}
+
+TEST_F(Serve, GivesSchemasAgainAndAgain)
+{
+    start();
+    RawClient client(socket());
+    for (int i = 0; i < 50; ++i)
+        EXPECT_THAT(client.call("<get-schema xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring\">"
+                                "<identifier>quorin-intrusion-prevention</identifier></get-schema>"),
+                    AllOf(StartsWith("<data xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring\">module "
+                                     "quorin-intrusion-prevention {"),
+                          testing::EndsWith("}\n</data>")));
+}
+
+TEST_F(Serve, KeepsSessionsApart)
+{
+    start();
+    RawClient one(socket());
+    RawClient two(socket());
+    EXPECT_NE(one.session_id(), two.session_id());
+    EXPECT_EQ(one.call(with_target("lock", "running")), ok);
+    EXPECT_THAT(two.call(with_target("lock", "running")),
+                AllOf(HasSubstr("<error-tag>lock-denied</error-tag>"),
+                      HasSubstr(fmt::format("<session-id>{}</session-id>", one.session_id()))));
+    EXPECT_THAT(two.call(edit("running", config_with(web))), HasSubstr("<error-tag>in-use</error-tag>"));
+    EXPECT_EQ(two.call(fmt::format("<kill-session><session-id>{}</session-id></kill-session>", one.session_id())), ok);
+    EXPECT_EQ(two.call(edit("running", config_with(web))), ok);
+    EXPECT_EQ(one.receive(), "");
+}
+
+TEST_F(Serve, FreesWhatALostClientHolds)
+{
+    start();
+    RawClient one(socket());
+    RawClient two(socket());
+    one.call(with_target("lock", "running"));
+    one.hang_up();
+    std::string answer;
+    for (int i = 0; i < 100 && answer != ok; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        answer = two.call(with_target("lock", "running"));
+    }
+    EXPECT_EQ(answer, ok);
+    EXPECT_THAT(two.call("<get/>"), HasSubstr("<dropped-sessions>1</dropped-sessions>"));
+}
+
+TEST_F(Serve, TakesBackWhatNobodyConfirms)
+{
+    start();
+    RawClient client(socket());
+    client.call(edit("candidate", config_with(web)));
+    EXPECT_EQ(client.call("<commit><confirmed/><confirm-timeout>1</confirm-timeout></commit>"), ok);
+    EXPECT_EQ(client.call(get_config("running")), "<data>" + config_with(web) + "</data>");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    EXPECT_EQ(client.call(get_config("running")), "<data/>");
+}
+
+TEST_F(Serve, OutlivesBadClients)
+{
+    start();
+    const std::vector<std::string> messages = {"\n#5\n<rpc>\n##\n", "\n#abc\n",        "no frame at all",
+                                               "\n#4\nabcd\n##\n",  "\n#4294967296\n", "\n#10\n<a><b/></c>\n##\n"};
+    for (const std::string& message : messages) {
+        RawClient client(socket());
+        client.send_bytes(message);
+        client.hang_up();
+        RawClient other(socket());
+        EXPECT_EQ(other.call(get_config("running")), "<data/>") << message;
+    }
+}
+
+TEST_F(Serve, EndsCleanlyAndKeepsTheConfiguration)
+{
+    start();
+    {
+        RawClient client(socket());
+        EXPECT_EQ(client.call(edit("running", config_with(web))), ok);
+        EXPECT_EQ(server_->stop(), 0);
+        EXPECT_EQ(client.receive(), "");
+    }
+    EXPECT_FALSE(std::filesystem::exists(socket()));
+    server_.reset();
+    start();
+    RawClient client(socket());
+    EXPECT_EQ(client.call(get_config("running")), "<data>" + config_with(web) + "</data>");
+}
+
+TEST_F(Serve, LetsNobodyElseOpenTheSocket)
+{
+    start();
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(socket()).permissions() & (perms::group_all | perms::others_all), perms::none);
+}
+
+TEST_F(Serve, DoesNotServeWhereSomethingElseIs)
+{
+    write_file(socket(), "precious");
+    EXPECT_THROW(start(), std::runtime_error);
+    EXPECT_EQ(content_of(socket()), "precious");
+}
+
+} // namespace
+} // namespace qnips::test

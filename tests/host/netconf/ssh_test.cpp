@@ -1,0 +1,114 @@
+// The server over SSH, as ncclient meets it.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/store/temporary_folder.h"
+#include "serve_process.h"
+
+namespace qnips::test
+{
+namespace
+{
+
+// Of "secret".
+constexpr const char* hash =
+    "$6$abcdefgh$ltjgWl6579NluT/Vi1nwEvcil.G5Nbc4NiXZaNGStk8PSwGfQv72N2CKPPrVACtLtip/cZ/1GM/O6IND4WQhG.";
+
+// A port of this machine that nobody listens on.
+std::uint16_t free_port()
+{
+    const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    const bool found = bind(probe, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
+                       getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size) == 0;
+    close(probe);
+    if (!found)
+        throw std::runtime_error("no free port");
+    return ntohs(address.sin_port);
+}
+
+struct Said {
+    std::string text;
+    int status = -1;
+};
+
+Said shell(const std::string& command)
+{
+    Said said;
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr)
+        throw std::runtime_error("popen");
+    for (int c = 0; (c = std::fgetc(pipe)) != EOF;)
+        said.text += static_cast<char>(c);
+    said.status = WEXITSTATUS(pclose(pipe));
+    return said;
+}
+
+class Ssh : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::filesystem::create_directory(state_);
+        const Said made = shell(fmt::format("ssh-keygen -q -t ed25519 -N '' -f {}", key_));
+        ASSERT_EQ(made.status, 0) << made.text;
+        write_file((state_ / "users").string(),
+                   fmt::format("ada key {}bob password {}\n", content_of(key_ + ".pub"), hash));
+    }
+
+    TemporaryFolder folder_;
+    std::filesystem::path state_ = folder_.path() / "state";
+    std::string key_ = folder_.file("client_key");
+    std::uint16_t port_ = free_port();
+};
+
+TEST_F(Ssh, ServesNcclient)
+{
+    ServeProcess server(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)});
+    const Said client =
+        shell(fmt::format("/usr/bin/python3 {}/ncclient_session.py {} {}", QN_IPS_TEST_DATA, port_, key_));
+    EXPECT_EQ(client.status, 0) << client.text;
+    EXPECT_EQ(client.text, "done\n");
+    EXPECT_EQ(server.stop(), 0);
+}
+
+TEST_F(Ssh, KeepsItsHostKey)
+{
+    const std::string scan = fmt::format("ssh-keyscan -p {} 127.0.0.1 2>/dev/null", port_);
+    std::string first;
+    for (int i = 0; i < 2; ++i) {
+        ServeProcess server(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)});
+        const Said seen = shell(scan);
+        EXPECT_THAT(seen.text, testing::HasSubstr(" ssh-ed25519 "));
+        EXPECT_TRUE(first.empty() || first == seen.text) << first << seen.text;
+        first = seen.text;
+        EXPECT_EQ(server.stop(), 0);
+    }
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(state_ / "ssh_host_ed25519_key").permissions(),
+              perms::owner_read | perms::owner_write);
+}
+
+TEST_F(Ssh, ServesNobodyWithoutAUsersFile)
+{
+    std::filesystem::remove(state_ / "users");
+    EXPECT_THROW(ServeProcess(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)}), std::runtime_error);
+}
+
+} // namespace
+} // namespace qnips::test

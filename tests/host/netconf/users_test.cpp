@@ -1,0 +1,120 @@
+// Who may log in.
+#include "netconf/users.h"
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/store/temporary_folder.h"
+#include "netconf/host_key.h"
+
+namespace qnips::test
+{
+namespace
+{
+
+// Of "secret".
+constexpr const char* hash =
+    "$6$abcdefgh$ltjgWl6579NluT/Vi1nwEvcil.G5Nbc4NiXZaNGStk8PSwGfQv72N2CKPPrVACtLtip/cZ/1GM/O6IND4WQhG.";
+
+TEST(Users, LogInByKeyOrPassword)
+{
+    const Users users =
+        Users::parse("# operators\n\nada key ssh-ed25519 AAAA1 laptop\nada\tkey ssh-rsa AAAA2\nbob password " +
+                         std::string(hash) + "\n",
+                     "users");
+    EXPECT_TRUE(users.has_key("ada", "AAAA1"));
+    EXPECT_TRUE(users.has_key("ada", "AAAA2"));
+    EXPECT_FALSE(users.has_key("ada", "AAAA"));
+    EXPECT_FALSE(users.has_key("ada", ""));
+    EXPECT_FALSE(users.has_key("bob", "AAAA1"));
+    EXPECT_FALSE(users.has_key("eve", "AAAA1"));
+    EXPECT_TRUE(users.has_password("bob", "secret"));
+    EXPECT_FALSE(users.has_password("bob", "Secret"));
+    EXPECT_FALSE(users.has_password("bob", ""));
+    EXPECT_FALSE(users.has_password("ada", "secret"));
+    EXPECT_FALSE(users.has_password("eve", "secret"));
+}
+
+TEST(Users, NobodyLogsInWithoutAFile)
+{
+    const Users nobody;
+    EXPECT_TRUE(nobody.empty());
+    EXPECT_FALSE(nobody.has_password("root", ""));
+    EXPECT_FALSE(nobody.has_key("root", ""));
+}
+
+TEST(Users, AreRefusedWithTheLine)
+{
+    struct Case {
+        std::string text;
+        const char* message;
+    };
+    const std::vector<Case> cases = {
+        {"ada", "users:1: expected: USER key TYPE BASE64, or USER password HASH"},
+        {"\nada key ssh-ed25519\n", "users:2: expected: USER key TYPE BASE64"},
+        {"ada password secret\n", "users:1: this is no hash of a password, or one that is too weak"},
+        {"ada password\n", "users:1: this is no hash of a password, or one that is too weak"},
+        {"ada password $1$abcdefgh$irWbblnpmw.5z7wgBnprh0\n",
+         "users:1: this is no hash of a password, or one that is too weak"},
+        {"ada certificate x\n", "users:1: expected: USER key TYPE BASE64, or USER password HASH"},
+    };
+    for (const Case& one : cases) {
+        try {
+            Users::parse(one.text, "users");
+            ADD_FAILURE() << one.text;
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), one.message);
+        }
+    }
+}
+
+TEST(Users, AreNotReadFromAFileThatOthersCanWrite)
+{
+    using std::filesystem::perms;
+    const TemporaryFolder folder;
+    const std::string file = folder.file("users");
+    EXPECT_THROW(Users::load(file), std::runtime_error);
+    write_file(file, "ada key ssh-ed25519 AAAA1\n");
+    std::filesystem::permissions(file, perms::owner_read | perms::owner_write | perms::others_read);
+    EXPECT_TRUE(Users::load(file).has_key("ada", "AAAA1"));
+    for (const perms open : {perms::group_write, perms::others_write}) {
+        std::filesystem::permissions(file, perms::owner_read | perms::owner_write | open);
+        EXPECT_THROW(Users::load(file), std::runtime_error);
+    }
+}
+
+TEST(HostKey, IsMadeOnceForItsOwnerAlone)
+{
+    using std::filesystem::perms;
+    const TemporaryFolder folder;
+    const std::string file = folder.file("key");
+    ensure_host_key(file);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), perms::owner_read | perms::owner_write);
+    const std::string key = content_of(file);
+    EXPECT_THAT(key, testing::StartsWith("-----BEGIN "));
+    ensure_host_key(file);
+    EXPECT_EQ(content_of(file), key);
+
+    const std::string other = folder.file("other");
+    ensure_host_key(other);
+    EXPECT_NE(content_of(other), key);
+}
+
+TEST(HostKey, IsRefusedWhenOthersCanReadIt)
+{
+    using std::filesystem::perms;
+    const TemporaryFolder folder;
+    const std::string file = folder.file("key");
+    ensure_host_key(file);
+    std::filesystem::permissions(file, perms::group_read, std::filesystem::perm_options::add);
+    EXPECT_THROW(ensure_host_key(file), std::runtime_error);
+    EXPECT_THROW(ensure_host_key(folder.file("none/key")), std::runtime_error);
+}
+
+} // namespace
+} // namespace qnips::test
