@@ -173,8 +173,8 @@ Server::Implementation::~Implementation()
 void Server::Implementation::set_capabilities()
 {
     nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, NC_WD_ALL | NC_WD_ALL_TAG | NC_WD_TRIM | NC_WD_EXPLICIT);
-    nc_server_set_hello_timeout(static_cast<std::uint16_t>(settings_.hello_timeout.count()));
-    nc_server_set_idle_timeout(static_cast<std::uint16_t>(settings_.idle_timeout.count()));
+    nc_server_set_hello_timeout(static_cast<std::uint16_t>(settings_.limits.hello_seconds.count()));
+    nc_server_set_idle_timeout(static_cast<std::uint16_t>(settings_.limits.idle_seconds.count()));
     operations_.set_capabilities(announced_capabilities(schema_.context()));
 }
 
@@ -185,11 +185,10 @@ void Server::Implementation::listen_on_socket(const std::filesystem::path& socke
     std::error_code ignored;
     if (std::filesystem::exists(socket, ignored) && !std::filesystem::is_socket(socket, ignored))
         throw std::runtime_error(fmt::format("{} is there and is no socket", socket.string()));
-    constexpr mode_t for_owner = 0600;
     constexpr auto same_user = static_cast<uid_t>(-1);
     constexpr auto same_group = static_cast<gid_t>(-1);
     if (nc_server_add_endpt(name, NC_TI_UNIX) != 0 ||
-        nc_server_endpt_set_perms(name, for_owner, same_user, same_group) != 0 ||
+        nc_server_endpt_set_perms(name, settings_.socket_mode, same_user, same_group) != 0 ||
         nc_server_endpt_set_address(name, socket.c_str()) != 0)
         throw std::runtime_error(fmt::format("cannot listen on the socket {}", socket.string()));
 }
@@ -233,7 +232,7 @@ void Server::Implementation::accept_sessions()
 
 void Server::Implementation::admit(nc_session* session)
 {
-    if (stops_ || table_.size() >= settings_.max_sessions) {
+    if (stops_ || table_.size() >= settings_.limits.sessions) {
         nc_session_free(session, nullptr);
         return;
     }

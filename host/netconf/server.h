@@ -28,14 +28,20 @@ struct SshEndpoint {
     std::uint16_t port = 830;
 };
 
+struct ServerLimits {
+    std::size_t sessions = 64;                    // at a time
+    std::size_t message_bytes = 64 * 1024 * 1024; // of one message of a client
+    std::chrono::seconds hello_seconds{30};       // until a client has to have said <hello>
+    std::chrono::seconds idle_seconds{0};         // 0: sessions may be idle for ever
+};
+
 struct ServerSettings {
-    std::optional<std::filesystem::path> unix_socket; // for the user of this process and for root
+    std::optional<std::filesystem::path> unix_socket;
+    unsigned socket_mode = 0600; // by default for the user of this process and for root
     std::vector<SshEndpoint> ssh;
     std::filesystem::path host_key; // of the SSH endpoints
     Users users;                    // who may log in over SSH
-    std::chrono::seconds hello_timeout{30};
-    std::chrono::seconds idle_timeout{0}; // 0: sessions may be idle for ever
-    std::size_t max_sessions = 64;
+    ServerLimits limits;
 };
 
 class Server
