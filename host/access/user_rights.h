@@ -17,7 +17,7 @@ namespace qnips
 
 struct AccessUser {
     std::string name;
-    std::vector<std::string> groups; // as the transport has found them, the system's groups for example
+    std::vector<std::string> groups{}; // as the transport has found them, the system's groups for example
     // The recovery session of the local administrator, to whom no rule and no default applies (RFC 8341, 2). Whether a
     // session is one is not in the rules, so that rules that shut out everybody can be put right.
     bool is_recovery = false;

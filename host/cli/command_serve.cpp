@@ -86,7 +86,7 @@ SshEndpoint endpoint_of(const std::string& text)
     return endpoint;
 }
 
-ServerSettings settings_of(const ServeOptions& options)
+ServerSettings settings_of(const ServeOptions& options, LoginUsers& users)
 {
     ServerSettings settings;
     if (!options.socket.empty())
@@ -95,7 +95,8 @@ ServerSettings settings_of(const ServeOptions& options)
         settings.ssh.push_back(endpoint_of(text));
     if (settings.ssh.empty())
         return settings;
-    settings.users = Users::load(options.users.empty() ? options.state / "users" : options.users);
+    users.replace(Users::load(options.users.empty() ? options.state / "users" : options.users));
+    settings.users = &users;
     settings.host_key = options.host_key.empty() ? options.state / "ssh_host_ed25519_key" : options.host_key;
     ensure_host_key(settings.host_key);
     return settings;
@@ -127,7 +128,8 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     const EndingSignals signals;
     std::signal(SIGPIPE, SIG_IGN); // a client that goes away is no reason to end
     std::filesystem::create_directories(options.state);
-    const ServerSettings settings = settings_of(options);
+    LoginUsers users;
+    const ServerSettings settings = settings_of(options, users);
 
     EmulatedDevice device(global, options.state, server_yang_modules());
     device.start();

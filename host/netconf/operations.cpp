@@ -223,7 +223,7 @@ Reply Operations::get_schema(const Requester&, const lyd_node* rpc)
 Reply Operations::edit_config(const Requester& requester, const lyd_node* rpc)
 {
     const EditRequest request = read_edit_request(rpc);
-    return reply_of(datastores_.edit_config(requester.session, requester.user, request.target, request));
+    return reply_of(datastores_.edit_config(requester.session, requester.user.name, request.target, request));
 }
 
 Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
@@ -232,7 +232,7 @@ Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
         throw RpcError("operation-not-supported", fmt::format("{}/with-defaults", instance_path(rpc)),
                        "a datastore is copied as it is; with-defaults can only be \"explicit\" here");
     const DatastoreName target = read_datastore(rpc, "target");
-    return reply_of(datastores_.copy_config(requester.session, requester.user, target, read_source(rpc)));
+    return reply_of(datastores_.copy_config(requester.session, requester.user.name, target, read_source(rpc)));
 }
 
 Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
@@ -249,12 +249,12 @@ Reply Operations::validate(const Requester&, const lyd_node* rpc)
 
 Reply Operations::commit(const Requester& requester, const lyd_node* rpc)
 {
-    return reply_of(datastores_.commit(requester.session, requester.user, read_commit(rpc)));
+    return reply_of(datastores_.commit(requester.session, requester.user.name, read_commit(rpc)));
 }
 
 Reply Operations::cancel_commit(const Requester& requester, const lyd_node* rpc)
 {
-    return reply_of(datastores_.cancel_commit(requester.session, requester.user, read_leaf(rpc, "persist-id")));
+    return reply_of(datastores_.cancel_commit(requester.session, requester.user.name, read_leaf(rpc, "persist-id")));
 }
 
 Reply Operations::discard_changes(const Requester& requester, const lyd_node*)

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "netconf/reply.h"
+#include "netconf/requester.h"
 #include "netconf/sessions.h"
 #include "server/config_tree.h"
 #include "server/datastore_locks.h"
@@ -27,11 +28,6 @@ struct HeldLock;
 
 // YANG modules that a NETCONF server has besides ietf-netconf and the module's own.
 const std::vector<std::string>& server_yang_modules();
-
-struct Requester {
-    SessionId session = 0;
-    std::string user;
-};
 
 class Operations
 {

@@ -83,19 +83,48 @@ std::vector<std::string> announced_capabilities(ly_ctx* context)
     return capabilities;
 }
 
-int accepts_key(const nc_session* session, ssh_key key, void* users)
+std::string source_of(const nc_session* session)
 {
+    const char* host = nc_session_get_ti(session) == NC_TI_UNIX ? nullptr : nc_session_get_host(session);
+    return host != nullptr ? host : "";
+}
+
+Requester requester_of(const nc_session* session)
+{
+    const std::string name = nc_session_get_username(session);
+    AccessUser user = nc_session_get_ti(session) == NC_TI_UNIX ? local_user(name) : AccessUser{.name = name};
+    return {nc_session_get_id(session), std::move(user), source_of(session)};
+}
+
+// Says of a login that it was refused, and by what means it was tried.
+int judged(const nc_session* session, const ServerSettings& settings, bool accepted, std::string_view means)
+{
+    if (!accepted && settings.log != nullptr)
+        settings.log->write(
+            LogLevel::warning, "login-refused",
+            {{"user", nc_session_get_username(session)}, {"source", source_of(session)}, {"by", means}});
+    return accepted ? 0 : 1;
+}
+
+int accepts_key(const nc_session* session, ssh_key key, void* data)
+{
+    const auto& settings = *static_cast<const ServerSettings*>(data);
     char* text = nullptr;
-    if (ssh_pki_export_pubkey_base64(key, &text) != SSH_OK)
+    if (settings.users == nullptr || ssh_pki_export_pubkey_base64(key, &text) != SSH_OK)
         return 1;
     const std::string base64(text);
     ssh_string_free_char(text);
-    return static_cast<const Users*>(users)->has_key(nc_session_get_username(session), base64) ? 0 : 1;
+    return judged(session, settings, settings.users->present()->has_key(nc_session_get_username(session), base64),
+                  "key");
 }
 
-int accepts_password(const nc_session* session, const char* password, void* users)
+int accepts_password(const nc_session* session, const char* password, void* data)
 {
-    return static_cast<const Users*>(users)->has_password(nc_session_get_username(session), password) ? 0 : 1;
+    const auto& settings = *static_cast<const ServerSettings*>(data);
+    return judged(session, settings,
+                  settings.users != nullptr &&
+                      settings.users->present()->has_password(nc_session_get_username(session), password),
+                  "password");
 }
 
 // The library asks for the key at every connection, and frees the path.
@@ -126,6 +155,8 @@ private:
     void accept_sessions();
     void admit(nc_session* session);
     void poll_once();
+    Requester requester(const nc_session* session);
+    void tell(LogLevel level, std::string_view event, const LogFields& fields);
     void count(SessionId session, int result);
     void forget(nc_session* session, bool dropped);
     void end_session(nc_session* session);
@@ -140,7 +171,11 @@ private:
     std::unique_ptr<nc_pollsession, PollDeleter> poll_{nc_ps_new()};
     std::atomic<bool> stops_ = false;
     std::mutex mutex_; // of what follows
-    std::map<SessionId, nc_session*> open_;
+    struct Open {
+        nc_session* session = nullptr;
+        Requester requester;
+    };
+    std::map<SessionId, Open> open_;
 };
 
 // ------------------------------------------------------------------------------------------------------ listen --
@@ -196,12 +231,15 @@ void Server::Implementation::listen_on_socket(const std::filesystem::path& socke
 void Server::Implementation::listen_on_ssh(const SshEndpoint& endpoint, std::size_t number)
 {
     nc_server_ssh_set_hostkey_clb(give_host_key, &settings_.host_key, nullptr);
-    nc_server_ssh_set_pubkey_auth_clb(accepts_key, &settings_.users, nullptr);
-    nc_server_ssh_set_passwd_auth_clb(accepts_password, &settings_.users, nullptr);
+    nc_server_ssh_set_pubkey_auth_clb(accepts_key, &settings_, nullptr);
+    nc_server_ssh_set_passwd_auth_clb(accepts_password, &settings_, nullptr);
     const std::string name = fmt::format("ssh-{}", number);
     if (nc_server_add_endpt(name.c_str(), NC_TI_LIBSSH) != 0 ||
         nc_server_ssh_endpt_add_hostkey(name.c_str(), host_key_name, -1) != 0 ||
         nc_server_ssh_endpt_set_auth_methods(name.c_str(), NC_SSH_AUTH_PUBLICKEY | NC_SSH_AUTH_PASSWORD) != 0 ||
+        nc_server_ssh_endpt_set_auth_attempts(name.c_str(), settings_.limits.login_attempts) != 0 ||
+        nc_server_ssh_endpt_set_auth_timeout(name.c_str(),
+                                             static_cast<std::uint16_t>(settings_.limits.login_seconds.count())) != 0 ||
         nc_server_endpt_set_address(name.c_str(), endpoint.address.c_str()) != 0 ||
         nc_server_endpt_set_port(name.c_str(), endpoint.port) != 0)
         throw std::runtime_error(fmt::format("cannot listen on {} port {}", endpoint.address, endpoint.port));
@@ -233,14 +271,21 @@ void Server::Implementation::accept_sessions()
 void Server::Implementation::admit(nc_session* session)
 {
     if (stops_ || table_.size() >= settings_.limits.sessions) {
+        tell(LogLevel::warning, "session-refused",
+             {{"user", nc_session_get_username(session)}, {"source", source_of(session)}, {"reason", "limit"}});
         nc_session_free(session, nullptr);
         return;
     }
     nc_session_set_data(session, this);
     table_.add(info_of(session));
+    tell(LogLevel::info, "session-start",
+         {{"session", nc_session_get_id(session)},
+          {"user", nc_session_get_username(session)},
+          {"source", source_of(session)},
+          {"transport", nc_session_get_ti(session) == NC_TI_UNIX ? "unix" : "ssh"}});
     {
         const std::lock_guard guard(mutex_);
-        open_[nc_session_get_id(session)] = session;
+        open_[nc_session_get_id(session)] = {session, requester_of(session)};
     }
     if (nc_ps_add_session(poll_.get(), session) != 0)
         forget(session, true); // it has not done anything yet
@@ -251,6 +296,8 @@ void Server::Implementation::forget(nc_session* session, bool dropped)
 {
     const SessionId id = nc_session_get_id(session);
     table_.remove(id, dropped);
+    tell(LogLevel::info, "session-end",
+         {{"session", id}, {"user", nc_session_get_username(session)}, {"reason", dropped ? "dropped" : "closed"}});
     {
         const std::lock_guard guard(mutex_);
         open_.erase(id);
@@ -274,9 +321,9 @@ void Server::Implementation::end_killed_sessions()
         const auto found = open_.find(kill.victim);
         if (found == open_.end())
             continue;
-        nc_session_set_term_reason(found->second, NC_SESSION_TERM_KILLED);
-        nc_session_set_killed_by(found->second, kill.by);
-        nc_session_set_status(found->second, NC_STATUS_INVALID);
+        nc_session_set_term_reason(found->second.session, NC_SESSION_TERM_KILLED);
+        nc_session_set_killed_by(found->second.session, kill.by);
+        nc_session_set_status(found->second.session, NC_STATUS_INVALID);
     }
 }
 
@@ -292,11 +339,22 @@ nc_server_reply* Server::Implementation::answer(lyd_node* rpc, nc_session* sessi
 {
     try {
         auto* self = static_cast<Implementation*>(nc_session_get_data(session));
-        const Requester requester{nc_session_get_id(session), nc_session_get_username(session)};
-        return reply_message(rpc, self->operations_.execute(requester, rpc));
+        return reply_message(rpc, self->operations_.execute(self->requester(session), rpc));
     } catch (const std::exception&) {
         return nullptr; // the library answers "operation-failed"
     }
+}
+
+Requester Server::Implementation::requester(const nc_session* session)
+{
+    const std::lock_guard guard(mutex_);
+    return open_.at(nc_session_get_id(session)).requester;
+}
+
+void Server::Implementation::tell(LogLevel level, std::string_view event, const LogFields& fields)
+{
+    if (settings_.log != nullptr)
+        settings_.log->write(level, event, fields);
 }
 
 void Server::Implementation::count(SessionId session, int result)

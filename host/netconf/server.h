@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "netconf/operations.h"
+#include "netconf/server_log.h"
 #include "netconf/sessions.h"
 #include "netconf/users.h"
 #include "server/yang_schema.h"
@@ -33,14 +34,17 @@ struct ServerLimits {
     std::size_t message_bytes = 64 * 1024 * 1024; // of one message of a client
     std::chrono::seconds hello_seconds{30};       // until a client has to have said <hello>
     std::chrono::seconds idle_seconds{0};         // 0: sessions may be idle for ever
+    std::uint16_t login_attempts = 3;             // of one connection over SSH
+    std::chrono::seconds login_seconds{30};       // for all of them
 };
 
 struct ServerSettings {
     std::optional<std::filesystem::path> unix_socket;
     unsigned socket_mode = 0600; // by default for the user of this process and for root
     std::vector<SshEndpoint> ssh;
-    std::filesystem::path host_key; // of the SSH endpoints
-    Users users;                    // who may log in over SSH
+    std::filesystem::path host_key;    // of the SSH endpoints
+    const LoginUsers* users = nullptr; // who may log in over SSH; null: nobody
+    ServerLog* log = nullptr;          // null: nothing is told; else it outlives the server
     ServerLimits limits;
 };
 

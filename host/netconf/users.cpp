@@ -101,4 +101,17 @@ bool Users::has_password(const std::string& user, const std::string& password) c
     return result != nullptr && equal_in_constant_time(result, hash) && can_match;
 }
 
+void LoginUsers::replace(Users users)
+{
+    auto next = std::make_shared<const Users>(std::move(users));
+    const std::lock_guard guard(mutex_);
+    users_ = std::move(next);
+}
+
+std::shared_ptr<const Users> LoginUsers::present() const
+{
+    const std::lock_guard guard(mutex_);
+    return users_;
+}
+
 } // namespace qnips

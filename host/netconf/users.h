@@ -8,8 +8,11 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qnips
@@ -42,6 +45,23 @@ private:
 
     std::map<std::string, User> users_;
     std::string any_hash_; // against which a password is held where it cannot match
+};
+
+// The users at present, who can be replaced while others ask. Threads may share it.
+class LoginUsers
+{
+public:
+    // Nobody.
+    LoginUsers() = default;
+    explicit LoginUsers(Users users) { replace(std::move(users)); }
+
+    // Sessions that are open go on, whoever has them.
+    void replace(Users users);
+    [[nodiscard]] std::shared_ptr<const Users> present() const;
+
+private:
+    mutable std::mutex mutex_;
+    std::shared_ptr<const Users> users_ = std::make_shared<const Users>();
 };
 
 } // namespace qnips

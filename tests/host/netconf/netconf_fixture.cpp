@@ -99,7 +99,7 @@ NetconfServer::NetconfServer()
 Reply NetconfServer::reply_to(const std::string& operation, SessionId session)
 {
     const ParsedRpc rpc(operation);
-    return operations_.execute({session, fmt::format("user{}", session)}, rpc.node());
+    return operations_.execute({session, {.name = fmt::format("user{}", session)}}, rpc.node());
 }
 
 std::string NetconfServer::call(const std::string& operation, SessionId session)
