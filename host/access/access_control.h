@@ -5,16 +5,18 @@
 //   every rpc: may_execute before anything else
 //   get, get-config: readable on all of the data, and filters on what that leaves
 //   edit-config, copy-config, commit: check_writes on what it changes in running, in the candidate or in startup,
-//   before
-//     any of it takes effect; copy-config from running to startup needs no more than its execution
-//   copy-config, validate: a source counts with what is readable of it
+//     before any of it takes effect; copy-config from running to startup needs no more than its execution
+//   copy-config: a source counts with what is readable of it
+//   validate: an error must not tell what is in a part that is not readable
 //   discard-changes, delete-config, lock and the like: nothing more
 //   a notification: may_receive for each subscriber
 // Changes of the data that no client has asked for (a confirmed commit that expires, a start) are nobody's to permit.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <utility>
+#include <memory>
+#include <mutex>
 
 #include "access/access_rules.h"
 #include "access/user_rights.h"
@@ -33,16 +35,19 @@ struct AccessCounters {
     bool operator==(const AccessCounters&) const = default;
 };
 
-// One thread.
+// Threads may share it. A question that is being answered is answered by the rules with which it began.
 class AccessControl
 {
 public:
     // Without rules what RFC 8341 has as defaults holds: all may be read and called, nothing may be written.
-    explicit AccessControl(AccessRules rules = {}) : rules_(std::move(rules)) {}
+    explicit AccessControl(AccessRules rules = {}) { use(std::move(rules)); }
 
-    // From now on these rules hold. The counters go on.
-    void use(AccessRules rules) { rules_ = std::move(rules); }
-    [[nodiscard]] const AccessRules& rules() const { return rules_; }
+    // From now on these rules hold. The counters go on. `configuration` is what they were read from, the root /nacm,
+    // null when they come from nowhere; it needs its schema as long as the rules do.
+    void use(AccessRules rules, TreePtr configuration = nullptr);
+
+    // Whether nothing is forbidden to the user.
+    [[nodiscard]] bool is_unlimited(const AccessUser& user) const;
 
     // Whether the user may call an rpc, given by its schema node. A refusal is counted.
     bool may_execute(const AccessUser& user, const lysc_node* rpc);
@@ -57,15 +62,27 @@ public:
     // of the first node that stands against it, as far as the user may read it. See write_check.h.
     void check_writes(const AccessUser& user, const ChangeSet& changes);
 
-    [[nodiscard]] const AccessCounters& counters() const { return counters_; }
+    [[nodiscard]] AccessCounters counters() const;
 
-    // The counters as state data, /nacm with three leaves. Throws std::runtime_error when the schema has no
+    // The configuration from which the rules were read, /nacm; null when there is none.
+    [[nodiscard]] TreePtr configuration() const;
+    // The same with the counters, three leaves of state. Throws std::runtime_error when the schema has no
     // ietf-netconf-acm.
     [[nodiscard]] TreePtr state(const YangSchema& schema) const;
 
 private:
-    AccessRules rules_;
-    AccessCounters counters_;
+    struct Present {
+        AccessRules rules;
+        TreePtr configuration;
+    };
+    [[nodiscard]] std::shared_ptr<const Present> present() const;
+
+    mutable std::mutex mutex_; // of what follows
+    std::shared_ptr<const Present> present_;
+
+    std::atomic<std::uint32_t> denied_operations_ = 0;
+    std::atomic<std::uint32_t> denied_data_writes_ = 0;
+    std::atomic<std::uint32_t> denied_notifications_ = 0;
 };
 
 } // namespace qnips

@@ -54,8 +54,8 @@ struct AccessRules {
     AccessAction write_default = AccessAction::deny;
     AccessAction exec_default = AccessAction::permit;
     bool external_groups = true; // groups that the transport has found for a user count as well
-    std::map<std::string, std::vector<std::string>, std::less<>> groups_of_user;
-    std::vector<AccessRuleList> rule_lists; // in the order in which they are tried, as their rules are
+    std::map<std::string, std::vector<std::string>, std::less<>> groups_of_user{};
+    std::vector<AccessRuleList> rule_lists{}; // in the order in which they are tried, as their rules are
 };
 
 // Reads the rules from a valid tree with ietf-netconf-acm among its roots; from one without it (or null) those that

@@ -16,8 +16,10 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "access/access_control.h"
 #include "cli/command.h"
 #include "cli/emulated_device.h"
+#include "netconf/access_file.h"
 #include "netconf/host_key.h"
 #include "netconf/operations.h"
 #include "netconf/server.h"
@@ -137,7 +139,10 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     recover(datastores);
 
     SessionTable sessions(std::time(nullptr));
-    Operations operations(device.schema(), datastores, sessions,
+    AccessControl access;
+    if (const auto rules = options.state / "nacm.xml"; std::filesystem::exists(rules))
+        load_access_rules(access, device.schema(), rules);
+    Operations operations(device.schema(), datastores, sessions, access,
                           {[&device] { return device.running_tree(); },
                            [&device] { return read_state(device.module(), device.platform()); }});
     Server server(device.schema(), operations, sessions, settings);

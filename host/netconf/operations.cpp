@@ -12,6 +12,8 @@
 #include "netconf/filters.h"
 #include "netconf/monitoring.h"
 #include "netconf/outcome_reply.h"
+#include "netconf/request_access.h"
+#include "netconf/request_log.h"
 #include "netconf/request_parameters.h"
 #include "server/datastores.h"
 #include "server/edit_request.h"
@@ -26,6 +28,7 @@ namespace
 
 constexpr std::string_view netconf_module = "ietf-netconf";
 constexpr std::string_view monitoring_module = "ietf-netconf-monitoring";
+constexpr const char* access_module = "ietf-netconf-acm";
 
 Reply with_data(TreePtr tree, DefaultsMode defaults)
 {
@@ -60,13 +63,16 @@ TreePtr with_implicit(const lys_module* module, TreePtr data)
 
 const std::vector<std::string>& server_yang_modules()
 {
-    static const std::vector<std::string> modules = {"ietf-netconf-monitoring", "ietf-netconf-with-defaults",
+    static const std::vector<std::string> modules = {"ietf-netconf-acm",
+                                                     "ietf-netconf-monitoring",
+                                                     "ietf-netconf-with-defaults",
                                                      "quorin-netconf-transport"};
     return modules;
 }
 
-Operations::Operations(const YangSchema& schema, Datastores& datastores, SessionTable& sessions, Reads reads)
-    : schema_(schema), datastores_(datastores), sessions_(sessions), reads_(std::move(reads))
+Operations::Operations(const YangSchema& schema, Datastores& datastores, SessionTable& sessions, AccessControl& access,
+                       Reads reads)
+    : schema_(schema), datastores_(datastores), sessions_(sessions), access_(access), reads_(std::move(reads))
 {
 }
 
@@ -101,8 +107,18 @@ Reply Operations::dispatch(const Requester& requester, const lyd_node* rpc)
 
 Reply Operations::execute(const Requester& requester, const lyd_node* rpc)
 {
+    const auto start = std::chrono::steady_clock::now();
+    Reply reply = carried_out(requester, rpc);
+    if (log_ != nullptr)
+        log_request(*log_, requester, rpc, reply, std::chrono::steady_clock::now() - start);
+    return reply;
+}
+
+Reply Operations::carried_out(const Requester& requester, const lyd_node* rpc)
+{
     Reply reply;
     try {
+        require_execution(access_, requester.user, rpc);
         return dispatch(requester, rpc);
     } catch (const RpcError& error) {
         reply.errors.push_back({error});
@@ -173,12 +189,15 @@ TreePtr Operations::state(const Filter& filter) const
     return trees;
 }
 
-TreePtr Operations::reported(TreePtr data, const lyd_node* rpc, const Filter& filter) const
+TreePtr Operations::reported(const Requester& requester, TreePtr data, const lyd_node* rpc, const Filter& filter) const
 {
     const DefaultsMode mode = read_defaults(rpc);
-    if (mode == DefaultsMode::report_all || mode == DefaultsMode::report_all_tagged)
+    if (mode == DefaultsMode::report_all || mode == DefaultsMode::report_all_tagged) {
         data = with_implicit(schema_.module(), std::move(data));
-    return filter.selected_of(std::move(data));
+        data = with_implicit(ly_ctx_get_module_implemented(schema_.context(), access_module), std::move(data));
+    }
+    // First what may be read: by what a filter selects it would tell of the rest.
+    return filter.selected_of(access_.readable(requester.user, std::move(data)));
 }
 
 std::vector<HeldLock> Operations::held_locks() const
@@ -190,20 +209,26 @@ std::vector<HeldLock> Operations::held_locks() const
     return locks;
 }
 
-Reply Operations::get(const Requester&, const lyd_node* rpc)
+Reply Operations::get(const Requester& requester, const lyd_node* rpc)
 {
     const Filter filter(rpc);
     TreePtr data = state(filter);
     if (filter.may_select(schema_.module()->ns, "ips-config"))
         append(data, configuration(DatastoreName::running));
-    return with_data(reported(std::move(data), rpc, filter), read_defaults(rpc));
+    if (filter.may_select(access_namespace, "nacm"))
+        append(data, access_.state(schema_));
+    return with_data(reported(requester, std::move(data), rpc, filter), read_defaults(rpc));
 }
 
-Reply Operations::get_config(const Requester&, const lyd_node* rpc)
+// The access rules are the same in all datastores: nobody can change them here.
+Reply Operations::get_config(const Requester& requester, const lyd_node* rpc)
 {
     const DatastoreName source = read_datastore(rpc, "source");
     const Filter filter(rpc);
-    return with_data(reported(configuration(source), rpc, filter), read_defaults(rpc));
+    TreePtr data = configuration(source);
+    if (filter.may_select(access_namespace, "nacm"))
+        append(data, access_.configuration());
+    return with_data(reported(requester, std::move(data), rpc, filter), read_defaults(rpc));
 }
 
 Reply Operations::get_schema(const Requester&, const lyd_node* rpc)
@@ -220,10 +245,19 @@ Reply Operations::get_schema(const Requester&, const lyd_node* rpc)
 
 // ------------------------------------------------------------------------------------------------------- edits --
 
+Reply Operations::edited(const Requester& requester, const EditOutcome& outcome) const
+{
+    if (log_ != nullptr)
+        log_transaction(*log_, requester, outcome);
+    return reply_of(outcome);
+}
+
 Reply Operations::edit_config(const Requester& requester, const lyd_node* rpc)
 {
     const EditRequest request = read_edit_request(rpc);
-    return reply_of(datastores_.edit_config(requester.session, requester.user.name, request.target, request));
+    refuse_access_rules(request.edit);
+    return edited(requester, datastores_.edit_config(requester.session, requester.user.name, request.target, request,
+                                                     check_of(access_, requester.user)));
 }
 
 Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
@@ -232,7 +266,17 @@ Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
         throw RpcError("operation-not-supported", fmt::format("{}/with-defaults", instance_path(rpc)),
                        "a datastore is copied as it is; with-defaults can only be \"explicit\" here");
     const DatastoreName target = read_datastore(rpc, "target");
-    return reply_of(datastores_.copy_config(requester.session, requester.user.name, target, read_source(rpc)));
+    Datastores::Source source = read_source(rpc);
+    if (const auto* tree = std::get_if<ConfigTree>(&source))
+        refuse_access_rules(tree->first());
+    // Running is kept as startup without regard to what it holds (RFC 8341, 3.2.4), and what is its own source is
+    // refused.
+    const auto* name = std::get_if<DatastoreName>(&source);
+    const bool is_saved = name != nullptr && *name == DatastoreName::running && target == DatastoreName::startup;
+    if (!is_saved && (name == nullptr || *name != target))
+        source = readable_source(access_, requester.user, datastores_, std::move(source));
+    return edited(requester, datastores_.copy_config(requester.session, requester.user.name, target, std::move(source),
+                                                     check_of(access_, requester.user)));
 }
 
 Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
@@ -241,20 +285,25 @@ Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
     return {};
 }
 
-Reply Operations::validate(const Requester&, const lyd_node* rpc)
+Reply Operations::validate(const Requester& requester, const lyd_node* rpc)
 {
-    datastores_.validate(read_source(rpc));
+    const Datastores::Source source = read_source(rpc);
+    if (const auto* tree = std::get_if<ConfigTree>(&source))
+        refuse_access_rules(tree->first());
+    validate_for(access_, requester.user, datastores_, source);
     return {};
 }
 
 Reply Operations::commit(const Requester& requester, const lyd_node* rpc)
 {
-    return reply_of(datastores_.commit(requester.session, requester.user.name, read_commit(rpc)));
+    return edited(requester, datastores_.commit(requester.session, requester.user.name, read_commit(rpc),
+                                                check_of(access_, requester.user)));
 }
 
 Reply Operations::cancel_commit(const Requester& requester, const lyd_node* rpc)
 {
-    return reply_of(datastores_.cancel_commit(requester.session, requester.user.name, read_leaf(rpc, "persist-id")));
+    return edited(requester,
+                  datastores_.cancel_commit(requester.session, requester.user.name, read_leaf(rpc, "persist-id")));
 }
 
 Reply Operations::discard_changes(const Requester& requester, const lyd_node*)

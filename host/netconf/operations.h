@@ -1,6 +1,7 @@
 // The operations of a NETCONF server (RFC 6241, 7 and 8; RFC 6022, 3.1), without the messages and sessions around them.
 //
-// Running is read from the device through the module, as is the state; what edits do happens in Datastores. This header
+// Running is read from the device through the module, as is the state; what edits do happens in Datastores. Every
+// request is held against the rules of access control, which are part of what is read. This header
 // names no type of the server contract, whose error numbers bear the same names as those of the NETCONF library.
 #pragma once
 
@@ -22,8 +23,11 @@
 namespace qnips
 {
 
+class AccessControl;
 class Datastores;
 class Filter;
+class ServerLog;
+struct EditOutcome;
 struct HeldLock;
 
 // YANG modules that a NETCONF server has besides ietf-netconf and the module's own.
@@ -39,10 +43,15 @@ public:
     };
 
     // Everything has to outlive the operations.
-    Operations(const YangSchema& schema, Datastores& datastores, SessionTable& sessions, Reads reads);
+    Operations(const YangSchema& schema, Datastores& datastores, SessionTable& sessions, AccessControl& access,
+               Reads reads);
+
+    // Where requests are told from now on.
+    void set_log(ServerLog& log) { log_ = &log; }
 
     // What the <hello> announces.
     void set_capabilities(std::vector<std::string> capabilities) { capabilities_ = std::move(capabilities); }
+
 
     // Carries out the operation whose node is `rpc`. Throws nothing: whatever fails is in the reply.
     Reply execute(const Requester& requester, const lyd_node* rpc);
@@ -59,6 +68,7 @@ private:
     using Operation = Reply (Operations::*)(const Requester&, const lyd_node*);
     struct Row;
 
+    Reply carried_out(const Requester& requester, const lyd_node* rpc);
     Reply dispatch(const Requester& requester, const lyd_node* rpc);
     Reply get(const Requester& requester, const lyd_node* rpc);
     Reply get_config(const Requester& requester, const lyd_node* rpc);
@@ -77,13 +87,17 @@ private:
     [[nodiscard]] TreePtr configuration(DatastoreName name) const;
     [[nodiscard]] TreePtr device_state() const;
     [[nodiscard]] TreePtr state(const Filter& filter) const;
-    [[nodiscard]] TreePtr reported(TreePtr data, const lyd_node* rpc, const Filter& filter) const;
+    [[nodiscard]] TreePtr reported(const Requester& requester, TreePtr data, const lyd_node* rpc,
+                                   const Filter& filter) const;
+    Reply edited(const Requester& requester, const EditOutcome& outcome) const;
     [[nodiscard]] std::vector<HeldLock> held_locks() const;
 
     const YangSchema& schema_;
     Datastores& datastores_;
     SessionTable& sessions_;
+    AccessControl& access_;
     Reads reads_;
+    ServerLog* log_ = nullptr;
     std::vector<std::string> capabilities_;
     std::array<std::time_t, datastore_count> locked_since_{};
 };

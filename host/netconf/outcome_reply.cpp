@@ -30,6 +30,7 @@ std::optional<PlatformError> platform_error_of(const EditOutcome& outcome, const
 Reply reply_of(const EditOutcome& outcome)
 {
     Reply reply;
+    reply.transaction = outcome.commit;
     for (const RpcError& error : outcome.errors)
         reply.errors.push_back({error, ReplyError::Severity::error, platform_error_of(outcome, error)});
     if (!reply.errors.empty())

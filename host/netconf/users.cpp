@@ -1,19 +1,16 @@
 #include "netconf/users.h"
 
 #include <crypt.h>
-#include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 
 #include <fmt/format.h>
+
+#include "netconf/trusted_file.h"
 
 namespace qnips
 {
@@ -36,18 +33,7 @@ bool equal_in_constant_time(std::string_view left, std::string_view right)
 
 Users Users::load(const std::filesystem::path& file)
 {
-    struct stat status {
-    };
-    if (stat(file.c_str(), &status) != 0)
-        throw std::runtime_error(fmt::format("the users' file {} cannot be read: {}", file.string(), strerror(errno)));
-    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
-        throw std::runtime_error(
-            fmt::format("the users' file {} can be written by others than its owner", file.string()));
-    std::ifstream stream(file);
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
-    if (!stream)
-        throw std::runtime_error(fmt::format("the users' file {} cannot be read", file.string()));
-    return parse(text, file.string());
+    return parse(read_trusted_file(file, "the users' file"), file.string());
 }
 
 Users Users::parse(std::string_view text, const std::string& name)

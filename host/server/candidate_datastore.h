@@ -26,14 +26,14 @@ public:
 
     // Wholly or not at all, whatever the error-option. Constraints are held against what the edit changes with
     // test-only, and otherwise not. Costs as the edit; the first change copies running. True when something has
-    // changed. Throws RpcError for an edit that cannot be applied.
-    bool edit(const EditRequest& request);
+    // changed. Throws RpcError for an edit that cannot be applied, and what the check throws.
+    bool edit(const EditRequest& request, const ChangeCheck& check = {});
 
     void replace(ConfigTree goal) { own_ = std::move(goal); }
     void discard() { own_.reset(); }
 
 private:
-    bool apply(ConfigTree& tree, const EditRequest& request) const;
+    bool apply(ConfigTree& tree, const EditRequest& request, const ChangeCheck& check) const;
 
     const ConfigTree& running_;
     const ValidationRules& rules_;

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -90,5 +91,9 @@ private:
     std::vector<Change*> roots_;
     ListOrder old_order_;
 };
+
+// Asked about what an edit changes, before anything of it takes effect. Throws RpcError for what must not happen;
+// nothing has changed then. An empty one lets everything pass.
+using ChangeCheck = std::function<void(const ChangeSet&)>;
 
 } // namespace qnips

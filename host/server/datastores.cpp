@@ -33,6 +33,17 @@ void check_parameters(const CommitRequest& request)
         throw RpcError("invalid-value", {}, "persist is for a confirmed commit only");
 }
 
+// Lets the check see what changes when one configuration takes the place of another.
+void check_replacement(const ChangeCheck& check, const ConfigTree& present, const ConfigTree& goal)
+{
+    if (!check)
+        return;
+    ConfigTree copy = copy_of(present);
+    const EditRequest request = replacement(goal);
+    const AppliedEdit edit(copy, request);
+    check(edit.changes());
+}
+
 // The fallback goes with the commit that it was kept for, unless that has become pending.
 class FallbackGuard
 {
@@ -64,24 +75,26 @@ void Datastores::require_access(SessionId session, DatastoreName name)
 // ------------------------------------------------------------------------------------------- edit, copy, delete --
 
 EditOutcome Datastores::edit_config(SessionId session, const std::string& user, DatastoreName target,
-                                    const EditRequest& request)
+                                    const EditRequest& request, const ChangeCheck& check)
 {
     require_access(session, target);
     switch (target) {
     case DatastoreName::running:
-        return running_.edit(request, {user, "edit-config"});
+        return running_.edit(request, {user, "edit-config", check});
     case DatastoreName::candidate:
-        return stored(candidate_.edit(request));
+        return stored(candidate_.edit(request, check));
     case DatastoreName::startup:
         break;
     }
-    return edit_startup(request);
+    return edit_startup(request, check);
 }
 
-EditOutcome Datastores::edit_startup(const EditRequest& request)
+EditOutcome Datastores::edit_startup(const EditRequest& request, const ChangeCheck& check)
 {
     ConfigTree tree = startup();
     AppliedEdit edit(tree, request);
+    if (check)
+        check(edit.changes());
     validate_edit(rules_, edit.changes());
     if (edit.changes().empty() || request.test_option == TestOption::test_only)
         return stored(false);
@@ -90,7 +103,8 @@ EditOutcome Datastores::edit_startup(const EditRequest& request)
     return stored(true);
 }
 
-EditOutcome Datastores::copy_config(SessionId session, const std::string& user, DatastoreName target, Source source)
+EditOutcome Datastores::copy_config(SessionId session, const std::string& user, DatastoreName target, Source source,
+                                    const ChangeCheck& check)
 {
     const auto* name = std::get_if<DatastoreName>(&source);
     if (name != nullptr && *name == target)
@@ -98,28 +112,40 @@ EditOutcome Datastores::copy_config(SessionId session, const std::string& user, 
     require_access(session, target);
     switch (target) {
     case DatastoreName::running:
-        return running_.replace(tree_of(std::move(source)), {user, "copy-config"});
+        return running_.replace(tree_of(std::move(source)), {user, "copy-config", check});
     case DatastoreName::candidate:
-        if (name != nullptr && *name == DatastoreName::running)
-            candidate_.discard();
-        else
-            candidate_.replace(tree_of(std::move(source)));
+        copy_to_candidate(std::move(source), check);
         return stored(true);
     case DatastoreName::startup:
         break;
     }
-    copy_to_startup(source);
+    copy_to_startup(source, check);
     return stored(true);
 }
 
-void Datastores::copy_to_startup(const Source& source)
+void Datastores::copy_to_candidate(Source source, const ChangeCheck& check)
+{
+    const auto* name = std::get_if<DatastoreName>(&source);
+    if (name != nullptr && *name == DatastoreName::running) {
+        check_replacement(check, candidate(), running());
+        return candidate_.discard();
+    }
+    ConfigTree goal = tree_of(std::move(source));
+    check_replacement(check, candidate(), goal);
+    candidate_.replace(std::move(goal));
+}
+
+void Datastores::copy_to_startup(const Source& source, const ChangeCheck& check)
 {
     if (const auto* tree = std::get_if<ConfigTree>(&source)) {
+        check_replacement(check, startup(), *tree);
         validate(source);
         return startup_.write(*tree);
     }
-    if (std::get<DatastoreName>(source) == DatastoreName::candidate && candidate_.is_modified())
+    if (std::get<DatastoreName>(source) == DatastoreName::candidate && candidate_.is_modified()) {
+        check_replacement(check, startup(), candidate());
         validate(source);
+    }
     startup_.write(std::get<DatastoreName>(source) == DatastoreName::candidate ? candidate() : running());
 }
 
@@ -182,7 +208,8 @@ void Datastores::validate(const Source& source) const
 
 // ------------------------------------------------------------------------------------------------------ commit --
 
-EditOutcome Datastores::commit(SessionId session, const std::string& user, const CommitRequest& request)
+EditOutcome Datastores::commit(SessionId session, const std::string& user, const CommitRequest& request,
+                               const ChangeCheck& check)
 {
     check_parameters(request);
     pending_.require_right(session, request.persist_id);
@@ -190,14 +217,14 @@ EditOutcome Datastores::commit(SessionId session, const std::string& user, const
     require_access(session, DatastoreName::candidate);
 
     if (!request.confirmed) {
-        EditOutcome outcome = commit_candidate(user);
+        EditOutcome outcome = commit_candidate(user, check);
         if (outcome.errors.empty() && pending_.is_pending())
             confirm(session, user, outcome);
         return outcome;
     }
     pending_.keep_fallback(running());
     const FallbackGuard guard(pending_);
-    EditOutcome outcome = commit_candidate(user);
+    EditOutcome outcome = commit_candidate(user, check);
     if (outcome.errors.empty()) {
         const bool follows = pending_.start(session, user, request, now_());
         announce({follows ? Kind::extended : Kind::started, session, user, request.timeout, {}});
@@ -205,11 +232,11 @@ EditOutcome Datastores::commit(SessionId session, const std::string& user, const
     return outcome;
 }
 
-EditOutcome Datastores::commit_candidate(const std::string& user)
+EditOutcome Datastores::commit_candidate(const std::string& user, const ChangeCheck& check)
 {
     if (!candidate_.is_modified())
         return {};
-    EditOutcome outcome = running_.replace(candidate(), {user, "commit"});
+    EditOutcome outcome = running_.replace(candidate(), {user, "commit", check});
     if (outcome.errors.empty())
         candidate_.discard();
     return outcome;

@@ -11,6 +11,9 @@
 //   a commit or cancel-commit on the confirmed commit of another session: "in-use"
 //   deleting running or the candidate: "operation-not-supported"
 //
+// Edits, copies and commits take a check, which sees what would change in the target before it does: for a commit that
+// is the difference of candidate and running. Startup takes running without it (RFC 8341, 3.2.4).
+//
 // All functions throw RpcError for what is refused; nothing has changed then. One thread.
 #pragma once
 
@@ -85,10 +88,11 @@ public:
     // An <edit-config> (7.2). Of the candidate and of startup it is carried out wholly or not at all, whatever its
     // error-option, and reaches no device. A candidate may become invalid by it, the others not.
     EditOutcome edit_config(SessionId session, const std::string& user, DatastoreName target,
-                            const EditRequest& request);
+                            const EditRequest& request, const ChangeCheck& check = {});
 
     // A <copy-config> (7.3). "invalid-value" when source and target are the same.
-    EditOutcome copy_config(SessionId session, const std::string& user, DatastoreName target, Source source);
+    EditOutcome copy_config(SessionId session, const std::string& user, DatastoreName target, Source source,
+                            const ChangeCheck& check = {});
 
     // A <delete-config> (7.4). Only startup can be deleted; one that is not there is no error.
     void delete_config(SessionId session, DatastoreName target);
@@ -106,7 +110,8 @@ public:
     // changes, and a confirmed commit that was pending still is. Only an effect of `whole` with an error says that the
     // changes stand, and that the store could not end the confirmed commit, which can be confirmed again. "in-use" when
     // another session has locked running or the candidate.
-    EditOutcome commit(SessionId session, const std::string& user, const CommitRequest& request);
+    EditOutcome commit(SessionId session, const std::string& user, const CommitRequest& request,
+                       const ChangeCheck& check = {});
     // A <cancel-commit> (8.4.4.1). With errors in the outcome the commit is pending as before.
     EditOutcome cancel_commit(SessionId session, const std::string& user, const std::optional<std::string>& persist_id);
     // A <discard-changes> (8.3.4.2).
@@ -133,10 +138,11 @@ private:
     };
 
     void require_access(SessionId session, DatastoreName name);
-    EditOutcome edit_startup(const EditRequest& request);
-    void copy_to_startup(const Source& source);
+    EditOutcome edit_startup(const EditRequest& request, const ChangeCheck& check);
+    void copy_to_startup(const Source& source, const ChangeCheck& check);
+    void copy_to_candidate(Source source, const ChangeCheck& check);
     [[nodiscard]] ConfigTree tree_of(Source source) const;
-    EditOutcome commit_candidate(const std::string& user);
+    EditOutcome commit_candidate(const std::string& user, const ChangeCheck& check);
     void confirm(SessionId session, const std::string& user, EditOutcome& outcome);
     EditOutcome take_back(ConfirmedCommitEvent event, const std::string& origin);
     EditOutcome take_back_expired();

@@ -79,6 +79,8 @@ EditOutcome RunningDatastore::edit(const EditRequest& request, const Author& aut
     Lap lap;
     AppliedEdit edit(running_, request); // taken back when it goes out of scope without a commit
     outcome.times.apply = lap.time();
+    if (author.check)
+        author.check(edit.changes());
     validate_edit(rules_, edit.changes());
     outcome.times.validate = lap.time();
     if (!edit.changes().empty() && request.test_option != TestOption::test_only)

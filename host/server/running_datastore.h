@@ -27,10 +27,11 @@
 namespace qnips
 {
 
-// Who changes the configuration, and by which request: "edit-config", "commit", "rollback 7".
+// Who changes the configuration, by which request ("edit-config", "commit", "rollback 7"), and what of it is permitted.
 struct Author {
     std::string user;
     std::string origin;
+    ChangeCheck check{};
 };
 
 // Where the time of an edit goes. Parsing its text comes before, and is not in it.

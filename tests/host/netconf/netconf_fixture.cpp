@@ -79,7 +79,7 @@ std::string compact(const lyd_node* tree, DefaultsMode mode)
 }
 
 NetconfServer::NetconfServer()
-    : operations_(netconf_world().schema, datastores_, sessions_,
+    : operations_(netconf_world().schema, datastores_, sessions_, access_,
                   {[this] {
                        const std::string text = read_configuration(netconf_world().module, channel_);
                        return complete(ConfigTree(parse_device_configuration(netconf_world().schema, text)),

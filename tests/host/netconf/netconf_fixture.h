@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "access/access_control.h"
 #include "netconf/operations.h"
 #include "netconf/reply.h"
 #include "netconf/sessions.h"
@@ -62,6 +63,8 @@ public:
 
     [[nodiscard]] Operations& operations() { return operations_; }
     [[nodiscard]] SessionTable& sessions() { return sessions_; }
+    // Permits everything to everybody to begin with.
+    [[nodiscard]] AccessControl& access() { return access_; }
     [[nodiscard]] FaultyPlatform& channel() { return channel_; }
 
 private:
@@ -72,6 +75,7 @@ private:
     Datastores::Clock::time_point time_{};
     Datastores datastores_{netconf_world().schema, running_, store_, [this] { return time_; }};
     SessionTable sessions_{0};
+    AccessControl access_{AccessRules{.enabled = false}};
     Operations operations_;
 };
 

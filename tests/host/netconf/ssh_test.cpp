@@ -26,6 +26,13 @@ namespace
 constexpr const char* hash =
     "$6$abcdefgh$ltjgWl6579NluT/Vi1nwEvcil.G5Nbc4NiXZaNGStk8PSwGfQv72N2CKPPrVACtLtip/cZ/1GM/O6IND4WQhG.";
 
+// Everything is permitted to ada and bob.
+constexpr const char* rules =
+    "<nacm xmlns='urn:ietf:params:xml:ns:yang:ietf-netconf-acm'><groups><group><name>admin</name>"
+    "<user-name>ada</user-name><user-name>bob</user-name></group></groups>"
+    "<rule-list><name>admin</name><group>admin</group><rule><name>everything</name><action>permit</action></rule>"
+    "</rule-list></nacm>";
+
 // A port of this machine that nobody listens on.
 std::uint16_t free_port()
 {
@@ -67,6 +74,7 @@ protected:
         std::filesystem::create_directory(state_);
         const Said made = shell(fmt::format("ssh-keygen -q -t ed25519 -N '' -f {}", key_));
         ASSERT_EQ(made.status, 0) << made.text;
+        write_file((state_ / "nacm.xml").string(), rules);
         write_file((state_ / "users").string(),
                    fmt::format("ada key {}bob password {}\n", content_of(key_ + ".pub"), hash));
     }

@@ -1,0 +1,15 @@
+// Files that say who may do what: read only where nobody but their owner can have written them.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace qnips
+{
+
+// The content of the file. Throws std::runtime_error that names it as `what` ("the users' file") when it cannot be read
+// and when others than its owner can write it.
+std::string read_trusted_file(const std::filesystem::path& file, std::string_view what);
+
+} // namespace qnips
