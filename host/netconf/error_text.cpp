@@ -23,8 +23,11 @@ std::string element(std::string_view name, std::string_view text)
 
 // The layer at which the error occurred: that of the message, of the request's own parameters and the protocol's
 // rules, or of the data.
-std::string_view error_type(const RpcError& error)
+std::string_view error_type(const ReplyError& reply)
 {
+    const RpcError& error = reply.error;
+    if (!reply.layer.empty())
+        return reply.layer;
     if (error.tag() == "malformed-message")
         return "rpc";
     const bool is_protocol =
@@ -118,7 +121,9 @@ std::string error_info(const ReplyError& reply)
     std::string text;
     if (error.lock_holder())
         text += element("session-id", std::to_string(*error.lock_holder()));
-    if (names_element(error.tag()) && !error.path().empty())
+    for (const auto& [name, value] : reply.info)
+        text += element(name, value);
+    if (reply.info.empty() && names_element(error.tag()) && !error.path().empty())
         text += element("bad-element", last_name(error.path()));
     if (reply.platform)
         text += platform_text(*reply.platform);
@@ -132,7 +137,7 @@ std::string rpc_error_text(const ly_ctx* context, const ReplyError& reply)
     const RpcError& error = reply.error;
     const bool is_warning = reply.severity == ReplyError::Severity::warning;
     std::string text = fmt::format("<rpc-error xmlns=\"{}\">", netconf_namespace);
-    text += element("error-type", error_type(error)) + element("error-tag", error.tag()) +
+    text += element("error-type", error_type(reply)) + element("error-tag", error.tag()) +
             element("error-severity", is_warning ? "warning" : "error");
     if (!error.app_tag().empty())
         text += element("error-app-tag", error.app_tag());

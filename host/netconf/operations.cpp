@@ -65,7 +65,10 @@ const std::vector<std::string>& server_yang_modules()
 {
     static const std::vector<std::string> modules = {"ietf-netconf-acm",
                                                      "ietf-netconf-monitoring",
+                                                     "ietf-netconf-notifications",
                                                      "ietf-netconf-with-defaults",
+                                                     "nc-notifications",
+                                                     "notifications",
                                                      "quorin-netconf-transport"};
     return modules;
 }
@@ -98,6 +101,7 @@ Reply Operations::dispatch(const Requester& requester, const lyd_node* rpc)
         {netconf_module, "discard-changes", &Operations::discard_changes},
         {netconf_module, "kill-session", &Operations::kill_session},
         {monitoring_module, "get-schema", &Operations::get_schema},
+        {"notifications", "create-subscription", &Operations::create_subscription},
     };
     for (const Row& row : rows)
         if (row.module == rpc->schema->module->name && row.name == rpc->schema->name)
@@ -340,6 +344,27 @@ Reply Operations::kill_session(const Requester& requester, const lyd_node* rpc)
         throw RpcError("invalid-value", path, fmt::format("there is no session {}", victim));
     // Its locks are free when the answer comes, however long its transport takes to end.
     datastores_.close_session(victim);
+    return {};
+}
+
+// ------------------------------------------------------------------------------------------------------- events --
+
+void Operations::set_events(EventStream* events, Subscribe subscribe)
+{
+    events_ = events;
+    subscribe_ = std::move(subscribe);
+}
+
+bool Operations::may_receive(const Requester& requester, const lyd_node* notification) const
+{
+    return access_.may_receive(requester.user, notification->schema);
+}
+
+Reply Operations::create_subscription(const Requester& requester, const lyd_node* rpc)
+{
+    if (!subscribe_)
+        throw RpcError("operation-not-supported", {}, "nobody tells of events here");
+    subscribe_(requester.session, rpc);
     return {};
 }
 

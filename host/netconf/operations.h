@@ -25,6 +25,7 @@ namespace qnips
 
 class AccessControl;
 class Datastores;
+class EventStream;
 class Filter;
 class ServerLog;
 struct EditOutcome;
@@ -52,6 +53,13 @@ public:
     // What the <hello> announces.
     void set_capabilities(std::vector<std::string> capabilities) { capabilities_ = std::move(capabilities); }
 
+    // Where events are told from now on, null for nowhere, and who gives a session the subscription that its request
+    // asks for, and may throw RpcError.
+    using Subscribe = std::function<void(SessionId, const lyd_node*)>;
+    void set_events(EventStream* events, Subscribe subscribe);
+
+    // Whether a requester may be told of a notification. Threads may ask.
+    bool may_receive(const Requester& requester, const lyd_node* notification) const;
 
     // Carries out the operation whose node is `rpc`. Throws nothing: whatever fails is in the reply.
     Reply execute(const Requester& requester, const lyd_node* rpc);
@@ -83,6 +91,7 @@ private:
     Reply discard_changes(const Requester& requester, const lyd_node* rpc);
     Reply kill_session(const Requester& requester, const lyd_node* rpc);
     Reply get_schema(const Requester& requester, const lyd_node* rpc);
+    Reply create_subscription(const Requester& requester, const lyd_node* rpc);
 
     [[nodiscard]] TreePtr configuration(DatastoreName name) const;
     [[nodiscard]] TreePtr device_state() const;
@@ -98,6 +107,8 @@ private:
     AccessControl& access_;
     Reads reads_;
     ServerLog* log_ = nullptr;
+    EventStream* events_ = nullptr;
+    Subscribe subscribe_;
     std::vector<std::string> capabilities_;
     std::array<std::time_t, datastore_count> locked_since_{};
 };

@@ -37,6 +37,9 @@ struct ServerStatistics {
     SessionCounters counters{};
 };
 
+// How a session has ended (RFC 6470, termination-reason).
+enum class SessionEndReason { closed, killed, dropped, timeout, bad_hello, other };
+
 // A session that another one has ended.
 struct Kill {
     SessionId victim = 0;

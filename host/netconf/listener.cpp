@@ -1,0 +1,109 @@
+#include "netconf/listener.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+#include <fmt/format.h>
+
+namespace qnips
+{
+
+namespace
+{
+
+constexpr int waiting_clients = 128;
+
+// A client whose machine has gone is noticed after two minutes, and with data under way after one.
+constexpr int idle_seconds = 60;
+constexpr int probe_seconds = 20;
+constexpr int probes = 3;
+constexpr unsigned unanswered_milliseconds = 60000;
+
+struct AddressDeleter {
+    void operator()(addrinfo* list) const noexcept { freeaddrinfo(list); }
+};
+
+void set_option(int socket, int level, int option, int value)
+{
+    setsockopt(socket, level, option, &value, sizeof value);
+}
+
+std::string numeric(const sockaddr* address, socklen_t size)
+{
+    std::array<char, NI_MAXHOST> text{};
+    if (getnameinfo(address, size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST) != 0)
+        return {};
+    return text.data();
+}
+
+} // namespace
+
+FileDescriptor listen_on_socket(const std::filesystem::path& path, unsigned mode)
+{
+    std::error_code ignored;
+    if (std::filesystem::exists(path, ignored) && !std::filesystem::is_socket(path, ignored))
+        throw std::runtime_error(fmt::format("{} is there and is no socket", path.string()));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.native().size() >= sizeof address.sun_path)
+        throw std::runtime_error(fmt::format("{} is too long for the path of a socket", path.string()));
+    std::memcpy(address.sun_path, path.c_str(), path.native().size());
+
+    std::filesystem::remove(path, ignored);
+    FileDescriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    // Nobody can connect before it listens, and then the permissions are right.
+    if (listener.get() < 0 || bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        chmod(path.c_str(), static_cast<mode_t>(mode)) != 0 || listen(listener.get(), waiting_clients) != 0)
+        throw std::runtime_error(fmt::format("cannot listen on the socket {}: {}", path.string(), strerror(errno)));
+    return listener;
+}
+
+FileDescriptor listen_on_port(const std::string& address, std::uint16_t port)
+{
+    addrinfo hints{};
+    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    const int result = getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found);
+    if (result != 0)
+        throw std::runtime_error(fmt::format("cannot listen on {} port {}: {}", address, port, gai_strerror(result)));
+    const std::unique_ptr<addrinfo, AddressDeleter> list(found);
+    FileDescriptor listener(socket(list->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    set_option(listener.get(), SOL_SOCKET, SO_REUSEADDR, 1);
+    if (listener.get() < 0 || bind(listener.get(), list->ai_addr, list->ai_addrlen) != 0 ||
+        listen(listener.get(), waiting_clients) != 0)
+        throw std::runtime_error(fmt::format("cannot listen on {} port {}: {}", address, port, strerror(errno)));
+    return listener;
+}
+
+Accepted accept_client(const FileDescriptor& listener)
+{
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    Accepted accepted{FileDescriptor(accept4(listener.get(), generic, &size, SOCK_CLOEXEC)), {}};
+    if (accepted.socket.get() < 0 || address.ss_family == AF_UNIX)
+        return accepted;
+    const int socket = accepted.socket.get();
+    set_option(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+    set_option(socket, SOL_SOCKET, SO_KEEPALIVE, 1);
+    set_option(socket, IPPROTO_TCP, TCP_KEEPIDLE, idle_seconds);
+    set_option(socket, IPPROTO_TCP, TCP_KEEPINTVL, probe_seconds);
+    set_option(socket, IPPROTO_TCP, TCP_KEEPCNT, probes);
+    set_option(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, static_cast<int>(unanswered_milliseconds));
+    accepted.source = numeric(generic, size);
+    return accepted;
+}
+
+} // namespace qnips

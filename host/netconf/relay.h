@@ -1,0 +1,72 @@
+// Carries bytes between a client and the pipe of its session until one of them ends.
+//
+// A Channel is the client's side: it never waits but in wait(), and has
+//     std::optional<std::size_t> read(std::span<char>)  what the client has sent: 0 for nothing yet, nullopt for no
+//     more std::size_t write(std::string_view)               how much of it the client takes; throws ClientLost void
+//     wait(bool input, bool output, pollfd session, std::chrono::milliseconds)  for any of these; throws ClientLost
+#pragma once
+
+#include <poll.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <optional>
+#include <span>
+#include <stdexcept>
+
+#include "netconf/session_pipe.h"
+
+namespace qnips
+{
+
+// The client has gone.
+class ClientLost : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+using RelayClock = std::chrono::steady_clock;
+
+// A client that takes nothing of what it has asked for ends after this.
+inline constexpr std::chrono::seconds stall_limit{60};
+// After which a relay looks at its flags.
+inline constexpr std::chrono::milliseconds relay_tick{200};
+
+// Returns when the session has ended; throws ClientLost or SessionBroken when the client has ended it. `aborts` ends it
+// at once.
+template <class Channel>
+void relay(Channel& channel, SessionPipe& pipe, const std::atomic<bool>& aborts, RelayClock::time_point hello_deadline)
+{
+    std::array<char, 65536> buffer{};
+    RelayClock::time_point progress = RelayClock::now();
+    while (!aborts) {
+        if (pipe.wants_input()) {
+            if (const auto count = channel.read(buffer); !count)
+                pipe.end_input();
+            else
+                pipe.take(std::string_view(buffer.data(), *count));
+        }
+        pipe.exchange();
+        const RelayClock::time_point now = RelayClock::now();
+        if (pipe.output().empty())
+            progress = now;
+        while (!pipe.output().empty()) {
+            const std::size_t count = channel.write(pipe.output());
+            if (count == 0)
+                break;
+            pipe.sent(count);
+            progress = now;
+        }
+        if (pipe.has_ended())
+            return;
+        if (now - progress > stall_limit)
+            throw ClientLost("the client does not read");
+        if (!pipe.is_greeted() && now > hello_deadline)
+            throw BadHello("the client has not said <hello> in time");
+        channel.wait(pipe.wants_input(), !pipe.output().empty(), {pipe.descriptor(), pipe.events(), 0}, relay_tick);
+    }
+}
+
+} // namespace qnips

@@ -1,0 +1,326 @@
+#include "netconf/request_check.h"
+
+#include <algorithm>
+#include <climits>
+#include <memory>
+#include <utility>
+
+#include <fmt/format.h>
+#include <libxml/xmlreader.h>
+#include <libyang/libyang.h>
+
+#include "netconf/xml_text.h"
+#include "server/yang_schema.h"
+
+namespace qnips
+{
+
+namespace
+{
+
+constexpr std::string_view base_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
+constexpr std::string_view yang_namespace = "urn:ietf:params:xml:ns:yang:1";
+constexpr std::string_view defaults_namespace = "urn:ietf:params:xml:ns:netconf:default:1.0";
+constexpr std::string_view xml_namespace = "http://www.w3.org/XML/1998/namespace";
+constexpr std::string_view declaration_namespace = "http://www.w3.org/2000/xmlns/";
+constexpr std::string_view base_1_0 = "urn:ietf:params:netconf:base:1.0";
+constexpr std::string_view base_1_1 = "urn:ietf:params:netconf:base:1.1";
+
+struct ReaderDeleter {
+    void operator()(xmlTextReader* reader) const noexcept { xmlFreeTextReader(reader); }
+};
+
+std::string_view text_of(const xmlChar* text)
+{
+    return text != nullptr ? reinterpret_cast<const char*>(text) : std::string_view();
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(blanks);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+bool is_element(const xmlNode* node, std::string_view name)
+{
+    return node->type == XML_ELEMENT_NODE && text_of(node->name) == name && node->ns != nullptr &&
+           text_of(node->ns->href) == base_namespace;
+}
+
+// Whoever asks for something that is no data of the request's own kind.
+ReplyError refusal(std::string_view tag, std::string_view layer, const std::string& message,
+                   std::vector<std::pair<std::string_view, std::string>> info = {}, std::string path = {})
+{
+    ReplyError error{RpcError(tag, std::move(path), message)};
+    error.layer = layer;
+    error.info = std::move(info);
+    return error;
+}
+
+// Goes through one message. Elements are held against the schema of the operation down to what the operation takes as
+// data; that is for the operation itself, but for the attributes, which nobody sees later.
+class RequestReader
+{
+public:
+    RequestReader(const ly_ctx* context, const std::string& text)
+        : context_(context), reader_(xmlReaderForMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
+                                                        XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING))
+    {
+    }
+
+    // Reads on until there is a refusal or the end.
+    void read_all()
+    {
+        while (errors_.empty() && step()) {
+        }
+        if (errors_.empty() && !has_operation_)
+            refuse("operation-not-supported", "protocol", "the request names no operation");
+    }
+    // Reads the first element and no further.
+    void read_start()
+    {
+        while (start_.empty() && errors_.empty() && step()) {
+        }
+    }
+
+    [[nodiscard]] const std::vector<ReplyError>& errors() const { return errors_; }
+    // A request with the attributes of this one that changes nothing; for a message that is no request, one without
+    // any.
+    [[nodiscard]] std::string substitute() const
+    {
+        if (start_.empty())
+            return fmt::format("<rpc xmlns=\"{0}\"><get/></rpc>", base_namespace);
+        return fmt::format("<{}><get xmlns=\"{}\"/></{}>", start_, base_namespace, name_);
+    }
+
+private:
+    struct Level {
+        const lysc_node* schema = nullptr; // null: nothing is known of what stands here
+        bool in_data = false;              // of the operation: a <config> or a filter
+        bool in_config = false;
+    };
+
+    void refuse(std::string_view tag, std::string_view layer, const std::string& message,
+                std::vector<std::pair<std::string_view, std::string>> info = {}, std::string path = {})
+    {
+        errors_.push_back(refusal(tag, layer, message, std::move(info), std::move(path)));
+    }
+
+    bool step()
+    {
+        const int result = reader_ != nullptr ? xmlTextReaderRead(reader_.get()) : -1;
+        if (result < 0) {
+            const xmlError* error = xmlGetLastError();
+            const std::string_view why = error != nullptr && error->message != nullptr ? error->message : "";
+            refuse("malformed-message", "rpc", fmt::format("the message is no XML: {}", trimmed(why)));
+        }
+        if (result != 1)
+            return false;
+        switch (xmlTextReaderNodeType(reader_.get())) {
+        case XML_READER_TYPE_DOCUMENT_TYPE:
+            refuse("malformed-message", "rpc", "a message has no document type declaration");
+            break;
+        case XML_READER_TYPE_ELEMENT:
+            element();
+            break;
+        case XML_READER_TYPE_END_ELEMENT:
+            levels_.pop_back();
+            break;
+        default:
+            break;
+        }
+        return true;
+    }
+
+    void element()
+    {
+        const std::string name(text_of(xmlTextReaderConstLocalName(reader_.get())));
+        const std::string space(text_of(xmlTextReaderConstNamespaceUri(reader_.get())));
+        const bool is_empty = xmlTextReaderIsEmptyElement(reader_.get()) == 1;
+        if (name.find(':') != std::string::npos)
+            return refuse("malformed-message", "rpc", fmt::format("the prefix of <{}> is not declared", name));
+        Level level;
+        if (levels_.empty())
+            request(name, space);
+        else if (levels_.size() == 1)
+            level.schema = operation(name, space);
+        else
+            level = parameter(name, space);
+        if (level.in_config)
+            check_attributes(name);
+        if (!is_empty)
+            levels_.push_back(level);
+    }
+
+    void request(const std::string& name, const std::string& space)
+    {
+        if (name != "rpc" || space != base_namespace)
+            return refuse("malformed-message", "rpc", fmt::format("the message is no <rpc>, but <{}>", name));
+        name_ = text_of(xmlTextReaderConstName(reader_.get()));
+        start_ = name_;
+        bool has_id = false;
+        for (int i = xmlTextReaderMoveToFirstAttribute(reader_.get()); i == 1;
+             i = xmlTextReaderMoveToNextAttribute(reader_.get())) {
+            const std::string_view attribute = text_of(xmlTextReaderConstName(reader_.get()));
+            has_id = has_id || attribute == "message-id";
+            start_ +=
+                fmt::format(" {}=\"{}\"", attribute, xml_escaped(text_of(xmlTextReaderConstValue(reader_.get()))));
+        }
+        xmlTextReaderMoveToElement(reader_.get());
+        if (!has_id)
+            refuse("missing-attribute", "rpc", "a request has a message-id",
+                   {{"bad-attribute", "message-id"}, {"bad-element", "rpc"}});
+    }
+
+    const lysc_node* operation(const std::string& name, const std::string& space)
+    {
+        if (has_operation_) {
+            refuse("unknown-element", "rpc", "a request has one operation only", {{"bad-element", name}});
+            return nullptr;
+        }
+        has_operation_ = true;
+        const lys_module* module = ly_ctx_get_module_implemented_ns(context_, space.c_str());
+        if (module == nullptr) {
+            refuse("unknown-namespace", "protocol", fmt::format("the server knows no namespace \"{}\"", space),
+                   {{"bad-element", name}, {"bad-namespace", space}});
+            return nullptr;
+        }
+        const lysc_node* found = lys_find_child(nullptr, module, name.c_str(), 0, LYS_RPC, 0);
+        if (found == nullptr)
+            refuse("operation-not-supported", "protocol", fmt::format("there is no operation <{}>", name));
+        operation_ = fmt::format("/{}:{}", module->prefix, name);
+        return found;
+    }
+
+    Level parameter(const std::string& name, const std::string& space)
+    {
+        const Level parent = levels_.back();
+        if (parent.in_data || parent.schema == nullptr)
+            return {nullptr, parent.in_data, parent.in_config};
+        const lys_module* module = ly_ctx_get_module_implemented_ns(context_, space.c_str());
+        const lysc_node* found =
+            module != nullptr ? lys_find_child(parent.schema, module, name.c_str(), 0, 0, 0) : nullptr;
+        if (found == nullptr) {
+            if (module == nullptr)
+                refuse("unknown-namespace", "protocol", fmt::format("the server knows no namespace \"{}\"", space),
+                       {{"bad-element", name}, {"bad-namespace", space}}, operation_);
+            else
+                refuse("unknown-element", "protocol", fmt::format("<{}> does not belong there", name),
+                       {{"bad-element", name}}, operation_);
+            return {};
+        }
+        const bool is_data = (found->nodetype & LYS_ANYDATA) != 0;
+        return {found, is_data, is_data && name == "config"};
+    }
+
+    // RFC 6241, 7.2, RFC 7950, 7.8.6, and RFC 6243, 4.5.2: the attributes that data of a request may have.
+    void check_attributes(const std::string& element)
+    {
+        for (int i = xmlTextReaderMoveToFirstAttribute(reader_.get()); i == 1 && errors_.empty();
+             i = xmlTextReaderMoveToNextAttribute(reader_.get()))
+            check_attribute(element);
+        xmlTextReaderMoveToElement(reader_.get());
+    }
+
+    void check_attribute(const std::string& element)
+    {
+        const std::string name(text_of(xmlTextReaderConstLocalName(reader_.get())));
+        const std::string_view space = text_of(xmlTextReaderConstNamespaceUri(reader_.get()));
+        if (space == declaration_namespace || space == xml_namespace)
+            return;
+        const bool is_known = (space == base_namespace && name == "operation") ||
+                              (space == yang_namespace && (name == "insert" || name == "key" || name == "value")) ||
+                              (space == defaults_namespace && name == "default");
+        if (!is_known) {
+            refuse("unknown-attribute", "application",
+                   space.empty() ? fmt::format("the attribute \"{}\" has no namespace, so it has no meaning", name)
+                                 : fmt::format("there is no attribute \"{}\" of the namespace \"{}\"", name, space),
+                   {{"bad-attribute", name}, {"bad-element", element}});
+            return;
+        }
+        check_value(name, text_of(xmlTextReaderConstValue(reader_.get())), element);
+    }
+
+    void check_value(const std::string& name, std::string_view value, const std::string& element)
+    {
+        static constexpr std::string_view operations[] = {"merge", "replace", "create", "delete", "remove"};
+        static constexpr std::string_view places[] = {"first", "last", "before", "after"};
+        const auto is_one_of = [&](const auto& words) {
+            return std::find(std::begin(words), std::end(words), value) != std::end(words);
+        };
+        if ((name == "operation" && !is_one_of(operations)) || (name == "insert" && !is_one_of(places)))
+            refuse("bad-attribute", "application", fmt::format("\"{}\" is no value of \"{}\"", value, name),
+                   {{"bad-attribute", name}, {"bad-element", element}});
+    }
+
+    const ly_ctx* context_;
+    std::unique_ptr<xmlTextReader, ReaderDeleter> reader_;
+    std::vector<Level> levels_;
+    std::string name_;  // of the <rpc>, with its prefix
+    std::string start_; // the same with its attributes
+    std::string operation_;
+    bool has_operation_ = false;
+    std::vector<ReplyError> errors_;
+};
+
+CheckedRequest too_long(const ly_ctx* context, const std::string& beginning)
+{
+    RequestReader reader(context, beginning);
+    reader.read_start();
+    return {reader.substitute(), {refusal("too-big", "rpc", "the message is longer than this server takes")}};
+}
+
+} // namespace
+
+std::optional<Framing> framing_after_hello(const std::string& hello)
+{
+    std::optional<Framing> framing;
+    try {
+        const DocumentPtr document = parse_xml(hello);
+        const xmlNode* root = xmlDocGetRootElement(document.get());
+        if (root == nullptr || !is_element(root, "hello"))
+            return std::nullopt;
+        for (const xmlNode* list = root->children; list != nullptr; list = list->next) {
+            if (is_element(list, "session-id")) // only a server has one
+                return std::nullopt;
+            for (xmlNode* node = is_element(list, "capabilities") ? list->children : nullptr; node != nullptr;
+                 node = node->next) {
+                const std::unique_ptr<xmlChar, void (*)(void*)> text(xmlNodeGetContent(node), xmlFree);
+                const std::string_view capability = trimmed(text_of(text.get()));
+                if (is_element(node, "capability") && capability == base_1_1)
+                    framing = Framing::chunked;
+                if (is_element(node, "capability") && capability == base_1_0 && !framing)
+                    framing = Framing::end_of_message;
+            }
+        }
+    } catch (const RpcError&) {
+        return std::nullopt;
+    }
+    return framing;
+}
+
+std::string_view hello_for(Framing framing)
+{
+    return framing == Framing::chunked
+               ? "<hello xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\"><capabilities>"
+                 "<capability>urn:ietf:params:netconf:base:1.1</capability></capabilities></hello>"
+               : "<hello xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\"><capabilities>"
+                 "<capability>urn:ietf:params:netconf:base:1.0</capability></capabilities></hello>";
+}
+
+std::optional<CheckedRequest> check_request(const ly_ctx* context, Message message, Framing framing)
+{
+    if (message.is_too_long || message.text.size() > INT_MAX)
+        return too_long(context, message.text);
+    RequestReader reader(context, message.text);
+    reader.read_all();
+    if (reader.errors().empty())
+        return CheckedRequest{std::move(message.text), {}};
+    if (reader.errors().front().error.tag() == "malformed-message" && framing == Framing::end_of_message)
+        return std::nullopt;
+    return CheckedRequest{reader.substitute(), reader.errors()};
+}
+
+} // namespace qnips
