@@ -1,29 +1,27 @@
 // `qn-ips serve`: a NETCONF server for an emulated device that is kept.
 #include <fmt/format.h>
 
-#include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
-
-#include <sys/signalfd.h>
-#include <unistd.h>
 
 #include "access/access_control.h"
 #include "cli/command.h"
 #include "cli/emulated_device.h"
+#include "cli/server_signals.h"
 #include "netconf/access_file.h"
 #include "netconf/host_key.h"
 #include "netconf/operations.h"
 #include "netconf/server.h"
+#include "netconf/server_log.h"
 #include "netconf/sessions.h"
+#include "netconf/settings.h"
 #include "netconf/users.h"
 #include "server/datastores.h"
 #include "server/module_reads.h"
@@ -35,121 +33,207 @@ namespace qnips::cli
 namespace
 {
 
+// What stands on the command line, empty where nothing does; it comes before what stands in the file.
 struct ServeOptions {
-    std::filesystem::path state;
-    std::filesystem::path socket;
+    std::filesystem::path config;
+    ServeSettings settings;
     std::vector<std::string> ssh;
-    std::filesystem::path users;
-    std::filesystem::path host_key;
+    std::string log_level;
+    std::string log_format;
+    std::string log_target;
 };
 
-// The signals that ask the process to end, taken one by one instead of as interruptions.
-class EndingSignals
+void override_path(std::filesystem::path& setting, const std::filesystem::path& option)
 {
-public:
-    // To be made before any other thread, which inherits that the signals are blocked.
-    EndingSignals()
-    {
-        sigset_t signals;
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGTERM);
-        sigaddset(&signals, SIGINT);
-        if (pthread_sigmask(SIG_BLOCK, &signals, nullptr) != 0)
-            throw std::runtime_error("signals cannot be blocked");
-        constexpr int new_descriptor = -1;
-        descriptor_ = signalfd(new_descriptor, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
-        if (descriptor_ < 0)
-            throw std::system_error(errno, std::generic_category(), "signals cannot be read");
-    }
-    ~EndingSignals() { close(descriptor_); }
-    EndingSignals(const EndingSignals&) = delete;
-    EndingSignals& operator=(const EndingSignals&) = delete;
-
-    [[nodiscard]] bool arrived() const
-    {
-        signalfd_siginfo signal{};
-        return read(descriptor_, &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal);
-    }
-
-private:
-    int descriptor_ = -1;
-};
-
-// "127.0.0.1:830", "[::1]:830".
-SshEndpoint endpoint_of(const std::string& text)
-{
-    const std::size_t colon = text.rfind(':');
-    SshEndpoint endpoint;
-    if (colon == std::string::npos || colon == 0 || !CLI::detail::lexical_cast(text.substr(colon + 1), endpoint.port))
-        throw std::runtime_error(fmt::format("\"{}\" is no address with a port, such as 127.0.0.1:830", text));
-    endpoint.address = text.substr(0, colon);
-    if (endpoint.address.front() == '[' && endpoint.address.back() == ']')
-        endpoint.address = endpoint.address.substr(1, endpoint.address.size() - 2);
-    return endpoint;
+    if (!option.empty())
+        setting = option;
 }
 
-ServerSettings settings_of(const ServeOptions& options, LoginUsers& users)
+ServeSettings settings_of(const ServeOptions& options)
 {
-    ServerSettings settings;
-    if (!options.socket.empty())
-        settings.unix_socket = options.socket;
+    ServeSettings settings = options.config.empty() ? ServeSettings() : load_settings(options.config);
+    override_path(settings.state, options.settings.state);
+    override_path(settings.socket, options.settings.socket);
+    override_path(settings.host_key, options.settings.host_key);
+    override_path(settings.users, options.settings.users);
+    override_path(settings.access_rules, options.settings.access_rules);
+    if (!options.ssh.empty())
+        settings.ssh.clear();
     for (const std::string& text : options.ssh)
-        settings.ssh.push_back(endpoint_of(text));
-    if (settings.ssh.empty())
-        return settings;
-    users.replace(Users::load(options.users.empty() ? options.state / "users" : options.users));
-    settings.users = &users;
-    settings.host_key = options.host_key.empty() ? options.state / "ssh_host_ed25519_key" : options.host_key;
-    ensure_host_key(settings.host_key);
+        settings.ssh.push_back(read_endpoint(text));
+    if (!options.log_level.empty())
+        settings.log.level = read_log_level(options.log_level);
+    if (!options.log_format.empty())
+        settings.log.format = read_log_format(options.log_format);
+    if (!options.log_target.empty())
+        settings.log.target = options.log_target;
+
+    if (settings.state.empty())
+        throw std::runtime_error("no state folder: give --state, or \"state\" in the settings");
+    if (settings.socket.empty() && settings.ssh.empty())
+        throw std::runtime_error("nothing to serve on: give --unix, --ssh or both, or say so in the settings");
+    if (settings.users.empty())
+        settings.users = settings.state / "users";
+    if (settings.host_key.empty())
+        settings.host_key = settings.state / "ssh_host_ed25519_key";
     return settings;
 }
 
-void recover(Datastores& datastores)
+// Who may log in, and what they may do: what is read again while the server runs.
+class Rights
+{
+public:
+    Rights(const ServeSettings& settings, const YangSchema& schema, ServerLog& log)
+        : settings_(settings), schema_(schema), log_(log), rules_file_(settings.access_rules)
+    {
+        load_users();
+        load_rules();
+    }
+
+    [[nodiscard]] const LoginUsers& users() const { return users_; }
+    [[nodiscard]] AccessControl& access() { return access_; }
+    // Where the rules are from; empty when there are none.
+    [[nodiscard]] const std::filesystem::path& rules_file() const { return rules_file_; }
+
+    // What cannot be read stays as it was.
+    void reload()
+    {
+        if (!settings_.ssh.empty())
+            reload_one("users", settings_.users, [this] { load_users(); });
+        find_rules();
+        if (!rules_file_.empty())
+            reload_one("access-rules", rules_file_, [this] { load_rules(); });
+    }
+
+private:
+    void load_users()
+    {
+        if (!settings_.ssh.empty())
+            users_.replace(Users::load(settings_.users));
+    }
+
+    void load_rules()
+    {
+        find_rules();
+        if (!rules_file_.empty())
+            load_access_rules(access_, schema_, rules_file_);
+    }
+
+    // A file that is named has to be there, the other one may come later. Once it was there it has to stay: that it is
+    // gone must not give rights to anybody.
+    void find_rules()
+    {
+        const std::filesystem::path usual = settings_.state / "nacm.xml";
+        if (rules_file_.empty() && std::filesystem::exists(usual))
+            rules_file_ = usual;
+    }
+
+    template <class Load>
+    void reload_one(const char* what, const std::filesystem::path& file, Load load)
+    {
+        try {
+            load();
+            log_.write(LogLevel::info, "reload", {{"what", what}, {"file", file.string()}, {"outcome", "ok"}});
+        } catch (const std::runtime_error& error) {
+            log_.write(LogLevel::error, "reload",
+                       {{"what", what}, {"file", file.string()}, {"outcome", "error"}, {"message", error.what()}});
+        }
+    }
+
+    const ServeSettings& settings_;
+    const YangSchema& schema_;
+    ServerLog& log_;
+    std::filesystem::path rules_file_;
+    LoginUsers users_;
+    AccessControl access_;
+};
+
+void recover(Datastores& datastores, ServerLog& log)
 {
     const auto outcome = datastores.recover(user_name());
     if (!outcome)
         return;
+    log.write(outcome->errors.empty() ? LogLevel::info : LogLevel::error, "confirmed-commit",
+              {{"outcome", outcome->errors.empty() ? "taken-back" : "error"}, {"transaction", outcome->commit}});
     fmt::print(stderr, "qn-ips: note: a confirmed commit that nobody has confirmed is taken back\n");
     for (const RpcError& error : outcome->errors)
         fmt::print(stderr, "qn-ips: warning: {}: {}\n", error.path(), error.what());
 }
 
-void tell(const ServerSettings& settings)
+ServerSettings server_settings(const ServeSettings& settings, const Rights& rights, ServerLog& log)
 {
-    if (settings.unix_socket)
-        fmt::print("qn-ips: serving NETCONF on {}\n", settings.unix_socket->string());
+    ServerSettings server;
+    if (!settings.socket.empty())
+        server.unix_socket = settings.socket;
+    server.socket_mode = settings.socket_mode;
+    server.ssh = settings.ssh;
+    server.host_key = settings.host_key;
+    server.users = &rights.users();
+    server.log = &log;
+    server.limits = settings.limits;
+    return server;
+}
+
+void tell(const ServeSettings& settings, const Rights& rights, ServerLog& log)
+{
+    log.write(LogLevel::info, "start",
+              {{"state", settings.state.string()},
+               {"access_rules", rights.rules_file().empty() ? "none" : rights.rules_file().string()}});
+    if (!settings.socket.empty())
+        fmt::print("qn-ips: serving NETCONF on {}\n", settings.socket.string());
     for (const SshEndpoint& endpoint : settings.ssh)
         fmt::print("qn-ips: serving NETCONF over SSH on {} port {}\n", endpoint.address, endpoint.port);
+    if (rights.rules_file().empty())
+        fmt::print("qn-ips: note: there are no access rules, so nobody may write but the local administrator; see "
+                   "--nacm\n");
     std::fflush(stdout);
 }
 
 ExitCode run(const GlobalOptions& global, const ServeOptions& options)
 {
-    if (options.socket.empty() && options.ssh.empty())
-        throw std::runtime_error("nothing to serve on: give --unix, --ssh or both");
-    const EndingSignals signals;
+    const ServeSettings settings = settings_of(options);
+    const ServerSignals signals;
     std::signal(SIGPIPE, SIG_IGN); // a client that goes away is no reason to end
-    std::filesystem::create_directories(options.state);
-    LoginUsers users;
-    const ServerSettings settings = settings_of(options, users);
+    std::filesystem::create_directories(settings.state);
+    ServerLog log(settings.log);
+    if (!settings.ssh.empty())
+        ensure_host_key(settings.host_key);
 
-    EmulatedDevice device(global, options.state, server_yang_modules());
+    EmulatedDevice device(global, settings.state, server_yang_modules());
+    Rights rights(settings, device.schema(), log);
     device.start();
+    device.datastore().trace_all(log.keeps(LogLevel::trace));
     Datastores datastores(device.schema(), device.datastore(), device.store());
-    recover(datastores);
+    recover(datastores, log);
 
     SessionTable sessions(std::time(nullptr));
-    AccessControl access;
-    if (const auto rules = options.state / "nacm.xml"; std::filesystem::exists(rules))
-        load_access_rules(access, device.schema(), rules);
-    Operations operations(device.schema(), datastores, sessions, access,
+    Operations operations(device.schema(), datastores, sessions, rights.access(),
                           {[&device] { return device.running_tree(); },
                            [&device] { return read_state(device.module(), device.platform()); }});
-    Server server(device.schema(), operations, sessions, settings);
-    tell(settings);
-    server.run([&signals] { return signals.arrived(); });
+    operations.set_log(log);
+    Server server(device.schema(), operations, sessions, server_settings(settings, rights, log));
+    tell(settings, rights, log);
+    server.run([&] {
+        while (const std::optional<ServerSignal> signal = signals.next()) {
+            if (*signal == ServerSignal::end)
+                return true;
+            if (!log.reopen())
+                log.write(LogLevel::error, "reload", {{"what", "log"}, {"outcome", "error"}});
+            rights.reload();
+        }
+        return false;
+    });
+    log.write(LogLevel::info, "stop", {});
     return exit_ok;
 }
+
+constexpr const char* help_footer = R"(
+Who may do what: without access rules everybody who can log in reads everything, and nobody writes but the local
+administrator, which is the user of this process, or root, over the socket. To let others write, copy
+examples/nacm.xml, put their names into its groups, and give it by --nacm.
+
+Signals: SIGHUP reads users and access rules again and opens the log anew; SIGTERM and SIGINT end the server when the
+edit in progress is done.)";
 
 } // namespace
 
@@ -157,18 +241,32 @@ Command add_serve_command(CLI::App& app, const GlobalOptions& options)
 {
     CLI::App* command = app.add_subcommand("serve", "Serve an emulated device by NETCONF");
     auto serve = std::make_shared<ServeOptions>();
-    add_state_option(*command, serve->state)->required();
-    command->add_option("--unix", serve->socket, "Socket to listen on, for the user of this process and for root")
+    command->footer(help_footer);
+    command->add_option("--config", serve->config, "Settings; what is given by other options comes before them")
+        ->type_name("FILE");
+    add_state_option(*command, serve->settings.state);
+    command
+        ->add_option("--unix", serve->settings.socket, "Socket to listen on, for the user of this process and for root")
         ->type_name("SOCKET");
     command->add_option("--ssh", serve->ssh, "Address to listen on for SSH; repeatable")
         ->type_name("ADDRESS:PORT")
         ->allow_extra_args(false);
-    command->add_option("--users", serve->users, "Who may log in over SSH, and how (default: \"users\" in DIR)")
+    command
+        ->add_option("--users", serve->settings.users, "Who may log in over SSH, and how (default: \"users\" in DIR)")
         ->type_name("FILE");
     command
-        ->add_option("--host-key", serve->host_key,
+        ->add_option("--nacm", serve->settings.access_rules,
+                     "Who may do what, a <nacm> of RFC 8341 (default: \"nacm.xml\" in DIR, if it is there)")
+        ->type_name("FILE");
+    command
+        ->add_option("--host-key", serve->settings.host_key,
                      "Private key of the SSH server, made when it is missing (default: in DIR)")
         ->type_name("FILE");
+    command->add_option("--log-level", serve->log_level, "trace, debug, info, warning, error or off (default: info)")
+        ->type_name("LEVEL");
+    command->add_option("--log-format", serve->log_format, "text or json (default: text)")->type_name("FORMAT");
+    command->add_option("--log-target", serve->log_target, "stderr, syslog, or a file (default: stderr)")
+        ->type_name("TARGET");
     return {command, [&options, serve] { return run(options, *serve); }};
 }
 
