@@ -158,14 +158,13 @@ void publish_config_change(EventStream& events, const YangSchema& schema, const 
     });
 }
 
-void publish_confirmed_commit(EventStream& events, const YangSchema& schema, const ConfirmedCommitEvent& commit,
-                              std::string_view source)
+void publish_confirmed_commit(EventStream& events, const YangSchema& schema, const ConfirmedCommitEvent& commit)
 {
     publish(events, [&] {
         Notification event(schema, "ietf-netconf-notifications", "netconf-confirmed-commit");
         // A commit that has timed out is nobody's request; one that ends with its session is the server's own.
         if (commit.kind != ConfirmedCommitEvent::Kind::timed_out)
-            add_session(event.root(), commit.user, commit.session.value_or(0), source);
+            add_session(event.root(), commit.user, commit.session.value_or(0), {});
         Notification::leaf(event.root(), "confirm-event", event_word(commit.kind));
         if (commit.timeout.count() != 0)
             Notification::leaf(event.root(), "timeout", std::to_string(commit.timeout.count()));

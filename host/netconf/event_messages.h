@@ -30,8 +30,7 @@ void publish_session_end(EventStream& events, const YangSchema& schema, const Re
 // `requester` is null for a change that the server has made of its own.
 void publish_config_change(EventStream& events, const YangSchema& schema, const Requester* requester,
                            std::string_view datastore, const std::vector<ChangedNode>& nodes);
-void publish_confirmed_commit(EventStream& events, const YangSchema& schema, const ConfirmedCommitEvent& event,
-                              std::string_view source);
+void publish_confirmed_commit(EventStream& events, const YangSchema& schema, const ConfirmedCommitEvent& commit);
 
 // That a subscription is over (RFC 5277, 2.1.1).
 TreePtr notification_complete(const YangSchema& schema);

@@ -215,4 +215,14 @@ std::string schema_text(const YangSchema& schema, const std::string& identifier,
     return text;
 }
 
+TreePtr streams_state(const YangSchema& schema)
+{
+    StateTree tree(schema.context(), "nc-notifications", "netconf");
+    lyd_node* streams = StateTree::inner(tree.root(), "streams");
+    lyd_node* stream = StateTree::entry(streams, "stream", std::string("NETCONF"));
+    StateTree::leaf(stream, "description", "Changes of the configuration, sessions, and confirmed commits");
+    StateTree::leaf(stream, "replaySupport", "false");
+    return tree.release();
+}
+
 } // namespace qnips

@@ -29,4 +29,7 @@ TreePtr yang_library_state(const YangSchema& schema);
 // when there is none, and "operation-failed" with app-tag "data-not-unique" when there are several (RFC 6022, 3.1).
 std::string schema_text(const YangSchema& schema, const std::string& identifier, const std::string& version);
 
+// The streams of events (RFC 5277, 3.2.5.1): the one that every server has, without earlier events.
+TreePtr streams_state(const YangSchema& schema);
+
 } // namespace qnips

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <libyang/libyang.h>
 
+#include "netconf/change_events.h"
 #include "netconf/filters.h"
 #include "netconf/monitoring.h"
 #include "netconf/outcome_reply.h"
@@ -63,13 +64,9 @@ TreePtr with_implicit(const lys_module* module, TreePtr data)
 
 const std::vector<std::string>& server_yang_modules()
 {
-    static const std::vector<std::string> modules = {"ietf-netconf-acm",
-                                                     "ietf-netconf-monitoring",
-                                                     "ietf-netconf-notifications",
-                                                     "ietf-netconf-with-defaults",
-                                                     "nc-notifications",
-                                                     "notifications",
-                                                     "quorin-netconf-transport"};
+    static const std::vector<std::string> modules = {
+        "ietf-netconf-acm", "ietf-netconf-monitoring", "ietf-netconf-notifications", "ietf-netconf-with-defaults",
+        "nc-notifications", "notifications",           "quorin-netconf-transport"};
     return modules;
 }
 
@@ -78,6 +75,8 @@ Operations::Operations(const YangSchema& schema, Datastores& datastores, Session
     : schema_(schema), datastores_(datastores), sessions_(sessions), access_(access), reads_(std::move(reads))
 {
 }
+
+Operations::~Operations() = default;
 
 struct Operations::Row {
     std::string_view module;
@@ -187,6 +186,8 @@ TreePtr Operations::state(const Filter& filter) const
         append(trees, device_state());
     if (filter.may_select("urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring", "netconf-state"))
         append(trees, monitoring_state(schema_, capabilities_, held_locks(), sessions_));
+    if (filter.may_select("urn:ietf:params:xml:ns:netmod:notification", "netconf"))
+        append(trees, streams_state(schema_));
     constexpr std::string_view library = "urn:ietf:params:xml:ns:yang:ietf-yang-library";
     if (filter.may_select(library, "yang-library") || filter.may_select(library, "modules-state"))
         append(trees, yang_library_state(schema_));
@@ -249,8 +250,16 @@ Reply Operations::get_schema(const Requester&, const lyd_node* rpc)
 
 // ------------------------------------------------------------------------------------------------------- edits --
 
-Reply Operations::edited(const Requester& requester, const EditOutcome& outcome) const
+ChangeCheck Operations::check(const Requester& requester) const
 {
+    ChangeCheck check = check_of(access_, requester.user);
+    return events_ ? events_->watched(std::move(check)) : check;
+}
+
+Reply Operations::edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome) const
+{
+    if (events_)
+        events_->tell(requester, target, outcome);
     if (log_ != nullptr)
         log_transaction(*log_, requester, outcome);
     return reply_of(outcome);
@@ -260,8 +269,9 @@ Reply Operations::edit_config(const Requester& requester, const lyd_node* rpc)
 {
     const EditRequest request = read_edit_request(rpc);
     refuse_access_rules(request.edit);
-    return edited(requester, datastores_.edit_config(requester.session, requester.user.name, request.target, request,
-                                                     check_of(access_, requester.user)));
+    return edited(
+        requester, request.target,
+        datastores_.edit_config(requester.session, requester.user.name, request.target, request, check(requester)));
 }
 
 Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
@@ -279,8 +289,9 @@ Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
     const bool is_saved = name != nullptr && *name == DatastoreName::running && target == DatastoreName::startup;
     if (!is_saved && (name == nullptr || *name != target))
         source = readable_source(access_, requester.user, datastores_, std::move(source));
-    return edited(requester, datastores_.copy_config(requester.session, requester.user.name, target, std::move(source),
-                                                     check_of(access_, requester.user)));
+    return edited(
+        requester, target,
+        datastores_.copy_config(requester.session, requester.user.name, target, std::move(source), check(requester)));
 }
 
 Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
@@ -300,13 +311,13 @@ Reply Operations::validate(const Requester& requester, const lyd_node* rpc)
 
 Reply Operations::commit(const Requester& requester, const lyd_node* rpc)
 {
-    return edited(requester, datastores_.commit(requester.session, requester.user.name, read_commit(rpc),
-                                                check_of(access_, requester.user)));
+    return edited(requester, DatastoreName::running,
+                  datastores_.commit(requester.session, requester.user.name, read_commit(rpc), check(requester)));
 }
 
 Reply Operations::cancel_commit(const Requester& requester, const lyd_node* rpc)
 {
-    return edited(requester,
+    return edited(requester, DatastoreName::running,
                   datastores_.cancel_commit(requester.session, requester.user.name, read_leaf(rpc, "persist-id")));
 }
 
@@ -351,8 +362,12 @@ Reply Operations::kill_session(const Requester& requester, const lyd_node* rpc)
 
 void Operations::set_events(EventStream* events, Subscribe subscribe)
 {
-    events_ = events;
+    events_ = events != nullptr ? std::make_unique<ChangeEvents>(schema_, *events) : nullptr;
     subscribe_ = std::move(subscribe);
+    datastores_.observe([this](const ConfirmedCommitEvent& event) {
+        if (events_)
+            events_->tell(event);
+    });
 }
 
 bool Operations::may_receive(const Requester& requester, const lyd_node* notification) const

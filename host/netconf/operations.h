@@ -9,6 +9,7 @@
 #include <chrono>
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@
 #include "netconf/reply.h"
 #include "netconf/requester.h"
 #include "netconf/sessions.h"
+#include "server/change_set.h"
 #include "server/config_tree.h"
 #include "server/datastore_locks.h"
 #include "server/yang_schema.h"
@@ -25,6 +27,7 @@ namespace qnips
 
 class AccessControl;
 class Datastores;
+class ChangeEvents;
 class EventStream;
 class Filter;
 class ServerLog;
@@ -46,6 +49,9 @@ public:
     // Everything has to outlive the operations.
     Operations(const YangSchema& schema, Datastores& datastores, SessionTable& sessions, AccessControl& access,
                Reads reads);
+    ~Operations();
+    Operations(const Operations&) = delete;
+    Operations& operator=(const Operations&) = delete;
 
     // Where requests are told from now on.
     void set_log(ServerLog& log) { log_ = &log; }
@@ -98,7 +104,8 @@ private:
     [[nodiscard]] TreePtr state(const Filter& filter) const;
     [[nodiscard]] TreePtr reported(const Requester& requester, TreePtr data, const lyd_node* rpc,
                                    const Filter& filter) const;
-    Reply edited(const Requester& requester, const EditOutcome& outcome) const;
+    [[nodiscard]] ChangeCheck check(const Requester& requester) const;
+    Reply edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome) const;
     [[nodiscard]] std::vector<HeldLock> held_locks() const;
 
     const YangSchema& schema_;
@@ -107,7 +114,7 @@ private:
     AccessControl& access_;
     Reads reads_;
     ServerLog* log_ = nullptr;
-    EventStream* events_ = nullptr;
+    std::unique_ptr<ChangeEvents> events_; // null: nobody is told
     Subscribe subscribe_;
     std::vector<std::string> capabilities_;
     std::array<std::time_t, datastore_count> locked_since_{};
