@@ -43,6 +43,18 @@ std::string text_of(const ReplyError& error)
     return fmt::format("{}{} {}: {}\n", severity, error.error.tag(), error.error.path(), error.error.what());
 }
 
+std::string text_of(const Reply& reply)
+{
+    std::string text;
+    for (const ReplyError& error : reply.errors)
+        text += text_of(error);
+    if (!text.empty())
+        return text;
+    if (!reply.data)
+        return "ok";
+    return reply.data->text ? *reply.data->text : compact(reply.data->tree.get(), reply.data->defaults);
+}
+
 } // namespace
 
 const NetconfWorld& netconf_world()
@@ -104,15 +116,13 @@ Reply NetconfServer::reply_to(const std::string& operation, SessionId session)
 
 std::string NetconfServer::call(const std::string& operation, SessionId session)
 {
-    const Reply reply = reply_to(operation, session);
-    std::string text;
-    for (const ReplyError& error : reply.errors)
-        text += text_of(error);
-    if (!text.empty())
-        return text;
-    if (!reply.data)
-        return "ok";
-    return reply.data->text ? *reply.data->text : compact(reply.data->tree.get(), reply.data->defaults);
+    return text_of(reply_to(operation, session));
+}
+
+std::string NetconfServer::call_as(const AccessUser& user, const std::string& operation)
+{
+    const ParsedRpc rpc(operation);
+    return text_of(operations_.execute({1, user}, rpc.node()));
 }
 
 void NetconfServer::wait(std::chrono::seconds time)

@@ -58,6 +58,8 @@ public:
     // What a session is answered: "ok", the data, or the errors as "tag path: message", one a line.
     std::string call(const std::string& operation, SessionId session = 1);
     Reply reply_to(const std::string& operation, SessionId session = 1);
+    // The same for a user, in the first session.
+    std::string call_as(const AccessUser& user, const std::string& operation);
 
     void wait(std::chrono::seconds time);
 

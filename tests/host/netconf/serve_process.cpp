@@ -76,6 +76,11 @@ bool ServeProcess::read_output()
     return count > 0;
 }
 
+void ServeProcess::reload() const
+{
+    kill(id_, SIGHUP);
+}
+
 int ServeProcess::stop()
 {
     int status = 0;

@@ -21,6 +21,9 @@ public:
     ServeProcess(const ServeProcess&) = delete;
     ServeProcess& operator=(const ServeProcess&) = delete;
 
+    // Asks it to read again what it reads anew while it runs.
+    void reload() const;
+
     // Asks it to end, and waits. The exit status, or 128 and the number of the signal that has ended it.
     int stop();
 

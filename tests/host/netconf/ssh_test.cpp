@@ -1,11 +1,4 @@
 // The server over SSH, as ncclient meets it.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -16,15 +9,12 @@
 
 #include "host/store/temporary_folder.h"
 #include "serve_process.h"
+#include "ssh_client.h"
 
 namespace qnips::test
 {
 namespace
 {
-
-// Of "secret".
-constexpr const char* hash =
-    "$6$abcdefgh$ltjgWl6579NluT/Vi1nwEvcil.G5Nbc4NiXZaNGStk8PSwGfQv72N2CKPPrVACtLtip/cZ/1GM/O6IND4WQhG.";
 
 // Everything is permitted to ada and bob.
 constexpr const char* rules =
@@ -32,39 +22,6 @@ constexpr const char* rules =
     "<user-name>ada</user-name><user-name>bob</user-name></group></groups>"
     "<rule-list><name>admin</name><group>admin</group><rule><name>everything</name><action>permit</action></rule>"
     "</rule-list></nacm>";
-
-// A port of this machine that nobody listens on.
-std::uint16_t free_port()
-{
-    const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    const bool found = bind(probe, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
-                       getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size) == 0;
-    close(probe);
-    if (!found)
-        throw std::runtime_error("no free port");
-    return ntohs(address.sin_port);
-}
-
-struct Said {
-    std::string text;
-    int status = -1;
-};
-
-Said shell(const std::string& command)
-{
-    Said said;
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr)
-        throw std::runtime_error("popen");
-    for (int c = 0; (c = std::fgetc(pipe)) != EOF;)
-        said.text += static_cast<char>(c);
-    said.status = WEXITSTATUS(pclose(pipe));
-    return said;
-}
 
 class Ssh : public testing::Test
 {
@@ -76,7 +33,7 @@ protected:
         ASSERT_EQ(made.status, 0) << made.text;
         write_file((state_ / "nacm.xml").string(), rules);
         write_file((state_ / "users").string(),
-                   fmt::format("ada key {}bob password {}\n", content_of(key_ + ".pub"), hash));
+                   fmt::format("ada key {}bob password {}\n", content_of(key_ + ".pub"), password_hash));
     }
 
     TemporaryFolder folder_;

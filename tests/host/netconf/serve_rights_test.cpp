@@ -1,0 +1,243 @@
+// Who may do what on the running server, over SSH and over the socket; its settings, and what it reads anew on SIGHUP.
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/store/child_process.h"
+#include "host/store/temporary_folder.h"
+#include "netconf_requests.h"
+#include "serve_process.h"
+#include "ssh_client.h"
+
+namespace qnips::test
+{
+namespace
+{
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr std::string_view ok = "<ok/>";
+const std::string example = QN_IPS_TEST_DATA "/../../../examples/nacm.xml";
+const std::string get_rules =
+    get_config("running", subtree("<nacm xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-acm\"/>"));
+
+std::string nacm(const std::string& content)
+{
+    return fmt::format("<nacm xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-acm\">{}</nacm>", content);
+}
+
+// Everything is permitted to the group.
+std::string all_for(const std::string& group, const std::string& members = {})
+{
+    return nacm(fmt::format("<groups><group><name>{0}</name>{1}</group></groups><rule-list><name>all</name>"
+                            "<group>{0}</group><rule><name>all</name><action>permit</action></rule></rule-list>",
+                            group, members));
+}
+
+class ServeRights : public testing::Test
+{
+protected:
+    void SetUp() override { std::filesystem::create_directory(state_); }
+
+    [[nodiscard]] std::string socket() const { return folder_.file("socket"); }
+    [[nodiscard]] std::string in_state(const std::string& name) const { return (state_ / name).string(); }
+    [[nodiscard]] std::string log() const { return content_of(log_file_); }
+
+    void add_user(const std::string& name)
+    {
+        users_ += fmt::format("{} password {}\n", name, password_hash);
+        write_file(in_state("users"), users_);
+    }
+
+    void start(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.end(), {"--log-target", log_file_, "--log-level", "debug"});
+        server_.emplace(state_, arguments);
+    }
+
+    // Until this stands in what the log has said since.
+    void reload_until(const std::string& text)
+    {
+        const std::size_t before = log().size();
+        server_->reload();
+        for (int i = 0; i < 600; ++i) {
+            if (log().find(text, before) != std::string::npos)
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        FAIL() << "\"" << text << "\" is not in the log:\n" << log();
+    }
+
+    // What ncclient_rights.py tells of the users.
+    [[nodiscard]] std::string rights(const std::string& names) const
+    {
+        return shell(fmt::format("/usr/bin/python3 {}/ncclient_rights.py {} {}", QN_IPS_TEST_DATA, port_, names)).text;
+    }
+    [[nodiscard]] std::string endpoint() const { return fmt::format("127.0.0.1:{}", port_); }
+
+    TemporaryFolder folder_;
+    std::filesystem::path state_ = folder_.path() / "state";
+    std::string log_file_ = folder_.file("log");
+    std::string users_;
+    std::uint16_t port_ = free_port();
+    std::optional<ServeProcess> server_;
+};
+
+TEST_F(ServeRights, WithoutRulesNobodyWritesOverSsh)
+{
+    add_user("ada");
+    add_user("root"); // the name alone makes no administrator
+    start({"--ssh", endpoint()});
+    EXPECT_EQ(rights("ada root eve"),
+              "ada read=ok write=access-denied\nroot read=ok write=access-denied\neve refused\n");
+    EXPECT_THAT(log(), AllOf(HasSubstr("event=login-refused"), HasSubstr("user=eve"), Not(HasSubstr("secret")),
+                             HasSubstr("user=ada source=127.0.0.1 operation=edit-config datastore=running "
+                                       "outcome=error errors=1 tag=access-denied")));
+}
+
+TEST_F(ServeRights, TheExampleTellsAdministratorsFromOthers)
+{
+    for (const char* name : {"admin", "operator", "guest", "stranger"})
+        add_user(name);
+    start({"--ssh", endpoint(), "--nacm", example});
+    EXPECT_EQ(rights("admin operator guest stranger"), "admin read=ok write=ok\n"
+                                                       "operator read=ok write=access-denied\n"
+                                                       "guest read=ok write=access-denied\n"
+                                                       "stranger read=access-denied write=access-denied\n");
+}
+
+TEST_F(ServeRights, TheLocalAdministratorWritesWithoutRules)
+{
+    start({"--unix", socket()});
+    RawClient client(socket());
+    EXPECT_EQ(client.call(edit("running", config_with(profile("web")))), ok);
+    EXPECT_THAT(log(), HasSubstr("event=start"));
+}
+
+// Another user of this machine, who is known by the system's groups as well.
+TEST_F(ServeRights, AnotherUserOfTheMachineHasWhatRulesGive)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can be somebody else";
+    constexpr uid_t nobody = 65534;
+    const std::string settings = folder_.file("settings.toml");
+    write_file(settings, fmt::format("[unix]\nsocket = \"{}\"\nmode = \"0666\"\n", socket()));
+    start({"--config", settings});
+    const auto answers = [&] {
+        ChildProcess child([&](const Reports& reports) {
+            if (setgid(nobody) != 0 || setuid(nobody) != 0)
+                throw std::runtime_error("setuid");
+            RawClient client(socket());
+            for (const std::string& request : {get_config("running"), edit("running", config_with(profile("web")))}) {
+                const std::string answer = client.call(request);
+                reports.say(answer.find("access-denied") != std::string::npos ? "denied" : answer);
+            }
+        });
+        const std::string read = child.line();
+        return read + " " + child.line();
+    };
+    EXPECT_EQ(answers(), "<data/> denied");
+    write_file(in_state("nacm.xml"), all_for("nogroup"));
+    reload_until("what=access-rules");
+    EXPECT_THAT(answers(), testing::EndsWith(" <ok/>"));
+}
+
+TEST_F(ServeRights, NewRulesHoldAfterSighupAndBadOnesDoNot)
+{
+    start({"--unix", socket()});
+    RawClient client(socket());
+    EXPECT_EQ(client.call(get_rules), "<data/>");
+
+    const std::string rules = all_for("admin");
+    write_file(in_state("nacm.xml"), rules);
+    reload_until("event=reload what=access-rules file=" + in_state("nacm.xml") + " outcome=ok");
+    EXPECT_EQ(client.call(get_rules), "<data>" + rules + "</data>");
+
+    write_file(in_state("nacm.xml"), nacm("<read-default>perhaps</read-default>"));
+    reload_until("event=reload what=access-rules file=" + in_state("nacm.xml") + " outcome=error message=");
+    EXPECT_EQ(client.call(get_rules), "<data>" + rules + "</data>");
+
+    std::filesystem::remove(state_ / "nacm.xml");
+    reload_until("outcome=error message=");
+    EXPECT_EQ(client.call(get_rules), "<data>" + rules + "</data>");
+    EXPECT_EQ(server_->stop(), 0);
+    EXPECT_THAT(log(), HasSubstr("event=stop"));
+}
+
+TEST_F(ServeRights, NewUsersLogInAfterSighup)
+{
+    add_user("ada");
+    start({"--ssh", endpoint()});
+    EXPECT_EQ(rights("ada bob"), "ada read=ok write=access-denied\nbob refused\n");
+
+    users_.clear();
+    add_user("bob");
+    reload_until("event=reload what=users file=" + in_state("users") + " outcome=ok");
+    EXPECT_EQ(rights("ada bob"), "ada refused\nbob read=ok write=access-denied\n");
+
+    write_file(in_state("users"), "bob nothing\n");
+    reload_until("event=reload what=users file=" + in_state("users") + " outcome=error");
+    EXPECT_EQ(rights("bob"), "bob read=ok write=access-denied\n");
+}
+
+TEST_F(ServeRights, TheLogIsOpenedAnewOnSighup)
+{
+    start({"--unix", socket()});
+    std::filesystem::rename(log_file_, folder_.file("old"));
+    server_->reload();
+    for (int i = 0; i < 600 && !std::filesystem::exists(log_file_); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    RawClient client(socket());
+    client.call(get_config("running"));
+    EXPECT_THAT(log(), HasSubstr("operation=get-config"));
+    EXPECT_THAT(content_of(folder_.file("old")), Not(HasSubstr("operation=get-config")));
+}
+
+TEST_F(ServeRights, OptionsComeBeforeTheSettings)
+{
+    const std::string settings = folder_.file("settings.toml");
+    write_file(settings, fmt::format("[unix]\nsocket = \"{}\"\n[log]\nformat = \"json\"\n", folder_.file("other")));
+    start({"--config", settings, "--unix", socket()});
+    EXPECT_TRUE(std::filesystem::exists(socket()));
+    EXPECT_FALSE(std::filesystem::exists(folder_.file("other")));
+    EXPECT_THAT(log(), StartsWith("{\"time\":\""));
+}
+
+TEST_F(ServeRights, DoesNotStartWithBadSettings)
+{
+    const std::string settings = folder_.file("settings.toml");
+    struct Case {
+        const char* text;
+        std::vector<std::string> arguments;
+    };
+    const std::vector<Case> cases = {
+        {"[unix]\nsokket = \"a\"\n", {"--config", settings}},
+        {"", {"--config", settings}}, // nothing to serve on
+        {"", {"--config", folder_.file("none")}},
+        {"[access]\nrules = \"none\"\n", {"--config", settings, "--unix", socket()}},
+        {"", {"--config", settings, "--unix", socket(), "--nacm", settings}},
+        {"", {"--unix", socket(), "--log-level", "loud"}},
+    };
+    for (const Case& one : cases) {
+        write_file(settings, one.text);
+        EXPECT_THROW(ServeProcess(state_, one.arguments), std::runtime_error) << one.text;
+        EXPECT_FALSE(std::filesystem::exists(socket()));
+    }
+}
+
+} // namespace
+} // namespace qnips::test
