@@ -189,6 +189,22 @@ void tell(const ServeSettings& settings, const Rights& rights, ServerLog& log)
     std::fflush(stdout);
 }
 
+// The log is opened anew, with the level that the settings have now unless an option has given it.
+void reload(const ServeOptions& options, const ServeSettings& settings, ServerLog& log)
+{
+    if (!log.reopen())
+        log.write(LogLevel::error, "reload", {{"what", "log"}, {"file", settings.log.target}, {"outcome", "error"}});
+    if (options.config.empty() || !options.log_level.empty())
+        return;
+    try {
+        log.set_level(load_settings(options.config).log.level);
+    } catch (const std::runtime_error& error) {
+        log.write(
+            LogLevel::error, "reload",
+            {{"what", "settings"}, {"file", options.config.string()}, {"outcome", "error"}, {"message", error.what()}});
+    }
+}
+
 ExitCode run(const GlobalOptions& global, const ServeOptions& options)
 {
     const ServeSettings settings = settings_of(options);
@@ -202,7 +218,6 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     EmulatedDevice device(global, settings.state, server_yang_modules());
     Rights rights(settings, device.schema(), log);
     device.start();
-    device.datastore().trace_all(log.keeps(LogLevel::trace));
     Datastores datastores(device.schema(), device.datastore(), device.store());
     recover(datastores, log);
 
@@ -217,8 +232,7 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
         while (const std::optional<ServerSignal> signal = signals.next()) {
             if (*signal == ServerSignal::end)
                 return true;
-            if (!log.reopen())
-                log.write(LogLevel::error, "reload", {{"what", "log"}, {"outcome", "error"}});
+            reload(options, settings, log);
             rights.reload();
         }
         return false;
@@ -232,7 +246,7 @@ Who may do what: without access rules everybody who can log in reads everything,
 administrator, which is the user of this process, or root, over the socket. To let others write, copy
 examples/nacm.xml, put their names into its groups, and give it by --nacm.
 
-Signals: SIGHUP reads users and access rules again and opens the log anew; SIGTERM and SIGINT end the server when the
+Signals: SIGHUP reads users, access rules and the log's level again and opens the log anew; SIGTERM and SIGINT end the server when the
 edit in progress is done.)";
 
 } // namespace

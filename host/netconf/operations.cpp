@@ -111,6 +111,7 @@ Reply Operations::dispatch(const Requester& requester, const lyd_node* rpc)
 Reply Operations::execute(const Requester& requester, const lyd_node* rpc)
 {
     const auto start = std::chrono::steady_clock::now();
+    datastores_.trace_all(log_ != nullptr && log_->keeps(LogLevel::trace)); // which can change between requests
     Reply reply = carried_out(requester, rpc);
     if (log_ != nullptr)
         log_request(*log_, requester, rpc, reply, std::chrono::steady_clock::now() - start);

@@ -150,6 +150,7 @@ public:
     {
         logger_.log(level_of(level), spdlog::string_view_t(log_text(format_, event, fields)));
     }
+    void set_level(LogLevel level) { logger_.set_level(level_of(level)); }
     bool reopen()
     {
         auto* file = dynamic_cast<FileSink*>(sink_.get());
@@ -184,6 +185,12 @@ void ServerLog::write(LogLevel level, std::string_view event, const LogFields& f
 {
     if (keeps(level))
         implementation_->write(level, event, fields);
+}
+
+void ServerLog::set_level(LogLevel level)
+{
+    if (implementation_ != nullptr)
+        implementation_->set_level(level);
 }
 
 bool ServerLog::reopen()

@@ -63,6 +63,9 @@ public:
     // A line that cannot be written is lost; nothing is thrown for it.
     void write(LogLevel level, std::string_view event, const LogFields& fields);
 
+    // What is kept from now on.
+    void set_level(LogLevel level);
+
     // Opens the file again, so that one which was moved away is left to whoever moved it. False when that fails; lines
     // go on to the old file then.
     bool reopen();

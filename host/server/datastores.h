@@ -78,6 +78,9 @@ public:
     // Is told after the fact; it must neither throw nor call the datastores.
     void observe(Observer observer) { observer_ = std::move(observer); }
 
+    // What outcomes of edits of running tell of callbacks; see RunningDatastore.
+    void trace_all(bool all) { running_.trace_all(all); }
+
     [[nodiscard]] const ConfigTree& running() const { return running_.configuration(); }
     [[nodiscard]] const ConfigTree& candidate() const { return candidate_.configuration(); }
     // Empty when there is none. Throws RpcError when the store does not tell it.

@@ -20,6 +20,29 @@ require_file("${prefix}/share/quorin-intrusion-prevention/signature-catalogue.tx
 require_file("${prefix}/include/transapi/transapi.h")
 require_file("${prefix}/bin/qn-ips")
 
+# The service: its settings are left alone once they are there, and its unit is one.
+set(settings "${prefix}/etc/qn-ips/serve.toml")
+require_file("${settings}")
+file(WRITE "${settings}" "# changed\n")
+run("${CMAKE_COMMAND}" --install "${build_dir}" --prefix "${prefix}")
+file(READ "${settings}" text)
+if(NOT text STREQUAL "# changed\n")
+    message(FATAL_ERROR "${settings} was overwritten")
+endif()
+require_file("${prefix}/lib/systemd/system/qn-ips.service")
+if(systemd_analyze)
+    # The program stands in the unit where the build is to be installed, which is not here.
+    file(READ "${prefix}/lib/systemd/system/qn-ips.service" unit)
+    string(REGEX REPLACE "ExecStart=[^ ]*" "ExecStart=${prefix}/bin/qn-ips" unit "${unit}")
+    file(WRITE "${scratch}/qn-ips.service" "${unit}")
+    # Of what it does not understand it only tells.
+    execute_process(COMMAND "${systemd_analyze}" verify --man=no "${scratch}/qn-ips.service" ERROR_VARIABLE complaints
+                            RESULT_VARIABLE result)
+    if(NOT result EQUAL 0 OR complaints MATCHES "qn-ips.service:")
+        message(FATAL_ERROR "the unit is not valid: ${complaints}")
+    endif()
+endif()
+
 # Through the CMake package.
 run("${CMAKE_COMMAND}" -S "${consumer}" -B "${scratch}/consumer" "-DCMAKE_PREFIX_PATH=${prefix}"
     "-DCMAKE_C_COMPILER=${c_compiler}" "-DCMAKE_C_FLAGS=${c_flags}")

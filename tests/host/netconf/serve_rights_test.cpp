@@ -207,6 +207,31 @@ TEST_F(ServeRights, TheLogIsOpenedAnewOnSighup)
     EXPECT_THAT(content_of(folder_.file("old")), Not(HasSubstr("operation=get-config")));
 }
 
+TEST_F(ServeRights, TracesFromSighupOn)
+{
+    const std::string settings = folder_.file("settings.toml");
+    const auto write_settings = [&](const char* level) {
+        write_file(settings, fmt::format("[unix]\nsocket = \"{}\"\n[log]\nlevel = \"{}\"\ntarget = \"{}\"\n", socket(),
+                                         level, log_file_));
+    };
+    write_settings("info");
+    server_.emplace(state_, std::vector<std::string>{"--config", settings});
+    RawClient client(socket());
+    EXPECT_EQ(client.call(edit("running", config_with(profile("one")))), ok);
+    EXPECT_THAT(log(), Not(HasSubstr("event=callback")));
+
+    write_settings("trace");
+    write_file(in_state("nacm.xml"), all_for("admin"));
+    reload_until("what=access-rules");
+    EXPECT_EQ(client.call(edit("running", config_with(profile("two")))), ok);
+    EXPECT_THAT(log(), AllOf(HasSubstr("event=callback transaction=2 "), HasSubstr("event=line transaction=2 ")));
+
+    write_settings("loud");
+    reload_until("what=settings");
+    EXPECT_EQ(client.call(edit("running", config_with(profile("three")))), ok);
+    EXPECT_THAT(log(), HasSubstr("event=callback transaction=3 "));
+}
+
 TEST_F(ServeRights, OptionsComeBeforeTheSettings)
 {
     const std::string settings = folder_.file("settings.toml");
