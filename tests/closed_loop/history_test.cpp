@@ -4,15 +4,10 @@
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
-
-#include <csignal>
-
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/store/child_process.h"
 #include "host/store/temporary_folder.h"
 #include "platform/faulty_platform.h"
 #include "random_work.h"
@@ -343,38 +338,6 @@ TEST(HistoryOfFailedEdits, IsBoundedByTheirNumber)
     EXPECT_GE(records, 10U);
     EXPECT_LT(records, edits / 2);
     EXPECT_THAT(host.newest().message, testing::HasSubstr("the device has failed"));
-}
-
-TEST_F(History, TakesBackAnEditThatTheStoreHasNoRoomFor)
-{
-    const std::string said = in_child([&](const Reports& reports) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        CommitStore store(folder_.file("small.db"));
-        RunningDatastore datastore(world().schema, world().table, device_, store);
-        const rlimit small{.rlim_cur = 64 * 1024, .rlim_max = RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &small);
-        std::string reason;
-        std::size_t made = 0;
-        for (; made < 2000 && reason.empty(); ++made) {
-            const ConfigTree before = copy_of(datastore.configuration());
-            try {
-                const EditOutcome outcome = datastore.edit(
-                    profile_edit("<description>" + std::string(200, 'x') + "</description>", fmt::format("p{}", made)),
-                    tester);
-                reason = outcome.errors.empty() ? "" : std::string(outcome.errors.front().tag());
-            } catch (const RpcError& error) {
-                reason = error.tag();
-            }
-            if (!reason.empty() && text_of(before) != text_of(datastore.configuration()))
-                reports.say("the datastore has changed");
-        }
-        reports.say(fmt::format("{} after some: {}", reason, made > 3));
-        const rlimit large{.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &large);
-        reports.say(fmt::format("drift {}", datastore.drift().size()));
-        reports.say(fmt::format("errors {}", datastore.edit(profile_edit("", "more"), tester).errors.size()));
-    });
-    EXPECT_EQ(said, "resource-denied after some: true\ndrift 0\nerrors 0\n");
 }
 
 } // namespace
