@@ -5,7 +5,7 @@
 set -euo pipefail
 
 build=(g++ gcc libc6-dev cmake ninja-build pkg-config libxml2-dev libyang2-dev libfmt-dev nlohmann-json3-dev libcli11-dev
-       libedit-dev libsqlite3-dev libyuma-base)
+       libedit-dev libsqlite3-dev libmimalloc-dev libyuma-base)
 lint=("${build[@]}" libgtest-dev libgmock-dev clang clang-format clang-tidy libyang2-tools)
 test=("${lint[@]}" libclang-rt-14-dev llvm binutils)
 bench=("${build[@]}" libbenchmark-dev)
