@@ -20,10 +20,11 @@ bool CandidateDatastore::edit(const EditRequest& request)
 bool CandidateDatastore::apply(ConfigTree& tree, const EditRequest& request) const
 {
     AppliedEdit edit(tree, request); // taken back when it goes out of scope without a commit
-    if (request.test_option == TestOption::test_only) {
+    const TestOption option = request.test_option;
+    if (option == TestOption::test_only || option == TestOption::test_then_set)
         validate_edit(rules_, edit.changes());
+    if (option == TestOption::test_only)
         return false;
-    }
     const bool changed = !edit.changes().empty();
     edit.commit();
     return changed;
