@@ -3,12 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 
-// The names under which the C library offers its own functions to a program that puts others before them.
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-}
+#include <mimalloc.h>
 
 namespace
 {
@@ -22,20 +17,37 @@ extern "C" {
 void* malloc(std::size_t size) noexcept
 {
     g_allocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_malloc(size);
+    return mi_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept
 {
     g_allocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_calloc(count, size);
+    return mi_calloc(count, size);
 }
 
 void* realloc(void* memory, std::size_t size) noexcept
 {
     g_allocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_realloc(memory, size);
+    return mi_realloc(memory, size);
 }
+}
+
+// The form that all the others of the standard library come down to.
+void* operator new(std::size_t size)
+{
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    return mi_new(size);
+}
+
+void operator delete(void* memory) noexcept
+{
+    mi_free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    mi_free(memory);
 }
 
 namespace qnips::bench

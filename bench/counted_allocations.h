@@ -6,7 +6,7 @@
 namespace qnips::bench
 {
 
-// Calls of malloc, calloc and realloc so far.
+// Calls of malloc, calloc, realloc and operator new so far.
 std::size_t allocations() noexcept;
 
 } // namespace qnips::bench

@@ -20,6 +20,18 @@ void grow(benchmark::State& state, Bench& bench, std::size_t nodes)
         bench.prepare(state, vsys_edit(profiles(made, std::min(made + step, all))));
 }
 
+// Measures `edit`; `back` undoes it each time.
+void there_and_back(benchmark::State& state, Bench& bench, const std::string& edit, const std::string& back)
+{
+    for (auto _ : state) {
+        bench.edit(state, edit);
+        state.PauseTiming();
+        bench.prepare(state, back);
+        state.ResumeTiming();
+    }
+    bench.report(state);
+}
+
 void one_leaf(benchmark::State& state)
 {
     Bench bench;
@@ -40,43 +52,27 @@ void one_new_profile(benchmark::State& state)
 {
     Bench bench;
     grow(state, bench, static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) {
-        bench.edit(state, vsys_edit(profiles(1000000, 1000001)));
-        state.PauseTiming();
-        bench.prepare(
-            state, vsys_edit(R"(<profiles><profile nc:operation="delete"><name>p1000000</name></profile></profiles>)"));
-        state.ResumeTiming();
-    }
-    bench.report(state);
+    there_and_back(state, bench, vsys_edit(profiles(1000000, 1000001)),
+                   vsys_edit(R"(<profiles><profile nc:operation="delete"><name>p1000000</name></profile></profiles>)"));
 }
 BENCHMARK(one_new_profile)->Arg(100)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 
 // ------------------------------------------------------------------------------- edits of N entries, by their kind --
 
+const std::string remove_all = vsys_edit(R"(<profiles nc:operation="delete"/>)");
+
 void create_profiles(benchmark::State& state)
 {
-    const std::string edit = vsys_edit(profiles(0, static_cast<std::size_t>(state.range(0))));
     Bench bench;
-    for (auto _ : state) {
-        bench.edit(state, edit);
-        state.PauseTiming();
-        bench.prepare(state, vsys_edit(R"(<profiles nc:operation="delete"/>)"));
-        state.ResumeTiming();
-    }
-    bench.report(state);
+    there_and_back(state, bench, vsys_edit(profiles(0, static_cast<std::size_t>(state.range(0)))), remove_all);
 }
 
 void remove_profiles(benchmark::State& state)
 {
-    const std::string content = profiles(0, static_cast<std::size_t>(state.range(0)));
+    const std::string create = vsys_edit(profiles(0, static_cast<std::size_t>(state.range(0))));
     Bench bench;
-    for (auto _ : state) {
-        state.PauseTiming();
-        bench.prepare(state, vsys_edit(content));
-        state.ResumeTiming();
-        bench.edit(state, vsys_edit(R"(<profiles nc:operation="delete"/>)"));
-    }
-    bench.report(state);
+    bench.prepare(state, create);
+    there_and_back(state, bench, remove_all, create);
 }
 
 void change_profiles(benchmark::State& state)
@@ -113,15 +109,8 @@ std::string signature_sets(std::size_t number)
 
 void create_signature_sets(benchmark::State& state)
 {
-    const std::string edit = sets_edit(signature_sets(static_cast<std::size_t>(state.range(0))));
     Bench bench;
-    for (auto _ : state) {
-        bench.edit(state, edit);
-        state.PauseTiming();
-        bench.prepare(state, vsys_edit(R"(<profiles nc:operation="delete"/>)"));
-        state.ResumeTiming();
-    }
-    bench.report(state);
+    there_and_back(state, bench, sets_edit(signature_sets(static_cast<std::size_t>(state.range(0)))), remove_all);
 }
 
 // Every second set goes to the front, so that the order is another one in the end.
@@ -136,13 +125,7 @@ void move_signature_sets(benchmark::State& state)
     std::string back;
     for (std::size_t i = 0; i < number; ++i)
         back += signature_set(i, R"( yang:insert="last")");
-    for (auto _ : state) {
-        bench.edit(state, sets_edit(moves));
-        state.PauseTiming();
-        bench.prepare(state, sets_edit(back));
-        state.ResumeTiming();
-    }
-    bench.report(state);
+    there_and_back(state, bench, sets_edit(moves), sets_edit(back));
 }
 
 void move_one_set(benchmark::State& state)

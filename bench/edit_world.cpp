@@ -35,12 +35,6 @@ private:
 
 } // namespace
 
-const World& world()
-{
-    static const World all;
-    return all;
-}
-
 std::optional<PlatformError> TimedDevice::execute(std::span<const CommandLine> script, int operation)
 {
     const Timed timed(time_);

@@ -9,22 +9,14 @@
 #include <benchmark/benchmark.h>
 
 #include "platform/emulator.h"
-#include "server/module_loader.h"
-#include "server/node_table.h"
 #include "server/running_datastore.h"
-#include "server/yang_schema.h"
 #include "store/commit_store.h"
+#include "support/world.h"
 
 namespace qnips::bench
 {
 
-struct World {
-    PluginModule module{QN_IPS_MODULE};
-    YangSchema schema{{QN_IPS_YANG_DIR, QN_IPS_IETF_YANG_DIR}};
-    NodeTable table{module.rows(), schema};
-    SignatureCatalogue catalogue = SignatureCatalogue::load(QN_IPS_CATALOGUE);
-};
-const World& world();
+using test::world;
 
 // Passes everything on and measures how long the device takes.
 class TimedDevice final : public CommandPlatform

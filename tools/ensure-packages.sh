@@ -5,7 +5,7 @@
 set -euo pipefail
 
 build=(g++ gcc libc6-dev cmake ninja-build pkg-config libxml2-dev libyang2-dev libfmt-dev nlohmann-json3-dev libcli11-dev
-       libedit-dev libsqlite3-dev libyuma-base libnetconf2-dev libssh-dev libssl-dev libcrypt-dev
+       libedit-dev libsqlite3-dev libmimalloc-dev libyuma-base libnetconf2-dev libssh-dev libssl-dev libcrypt-dev
        libspdlog-dev libtomlplusplus-dev)
 lint=("${build[@]}" libgtest-dev libgmock-dev clang clang-format clang-tidy libyang2-tools)
 test=("${lint[@]}" libclang-rt-14-dev llvm binutils python3-ncclient openssh-client)

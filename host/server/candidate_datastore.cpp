@@ -22,10 +22,11 @@ bool CandidateDatastore::apply(ConfigTree& tree, const EditRequest& request, con
     AppliedEdit edit(tree, request); // taken back when it goes out of scope without a commit
     if (check)
         check(edit.changes());
-    if (request.test_option == TestOption::test_only) {
+    const TestOption option = request.test_option;
+    if (option == TestOption::test_only || option == TestOption::test_then_set)
         validate_edit(rules_, edit.changes());
+    if (option == TestOption::test_only)
         return false;
-    }
     const bool changed = !edit.changes().empty();
     edit.commit();
     return changed;

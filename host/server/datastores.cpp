@@ -278,6 +278,8 @@ EditOutcome Datastores::take_back(ConfirmedCommitEvent event, const std::string&
         outcome = running_.replace(pending_.fallback(), {event.user, origin});
     } catch (const RpcError& error) {
         outcome.errors.push_back(error);
+    } catch (const std::exception& error) { // no client asked for this, so nobody else would hear of it
+        outcome.errors.emplace_back("operation-failed", "", error.what());
     }
     if (outcome.errors.empty())
         pending_.end();

@@ -124,7 +124,7 @@ template <class Option, std::size_t count>
 void read_option(const lyd_node* edit_config, const char* name, const Word<Option> (&words)[count], Option& option)
 {
     const lyd_node* leaf = find_child(edit_config, name);
-    if (leaf == nullptr)
+    if (leaf == nullptr || (leaf->flags & LYD_DEFAULT) != 0)
         return;
     for (const Word<Option>& word : words)
         if (std::strcmp(lyd_get_value(leaf), word.text) == 0)

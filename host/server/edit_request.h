@@ -12,7 +12,9 @@ namespace qnips
 {
 
 enum class DefaultOperation { merge, replace, none };
-enum class TestOption { test_then_set, set, test_only };
+// Unstated is test-then-set (RFC 6241, 7.2), but for the candidate, which an edit may leave invalid until it is
+// committed.
+enum class TestOption { unstated, test_then_set, set, test_only };
 enum class ErrorOption { stop_on_error, continue_on_error, rollback_on_error };
 
 struct EditRequest {
@@ -22,7 +24,7 @@ struct EditRequest {
 
     DatastoreName target = DatastoreName::running;
     DefaultOperation default_operation = DefaultOperation::merge;
-    TestOption test_option = TestOption::test_then_set;
+    TestOption test_option = TestOption::unstated;
     ErrorOption error_option = ErrorOption::stop_on_error;
     const lyd_node* edit = nullptr; // the first node below <config>; null only where all is replaced by nothing
 };

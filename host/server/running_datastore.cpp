@@ -100,6 +100,18 @@ void RunningDatastore::carry_out(AppliedEdit& edit, ErrorOption option, const Au
     outcome.times.describe = lap.time();
     const std::int64_t id = prepare(author, text);
     outcome.times.store = lap.time();
+    try {
+        send(edit, option, id, text, outcome);
+    } catch (...) {
+        interrupted_ = true; // as after a crash: the next edit ends it first
+        throw;
+    }
+}
+
+void RunningDatastore::send(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text,
+                            EditOutcome& outcome)
+{
+    Lap lap;
     outcome.pass = run_callbacks(edit.changes(), table_, device_,
                                  {.goes_on = option == ErrorOption::continue_on_error, .traces_all = traces_all_});
     outcome.times.callbacks = lap.time();

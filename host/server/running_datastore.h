@@ -87,7 +87,8 @@ public:
 
     // An <edit-config> of running (RFC 6241, 7.2), with its error-option. A part that is not valid by itself is not
     // kept: then the edit is taken back as with rollback-on-error. Throws RpcError for an edit that is refused before
-    // the device was asked, and when the store cannot take it; nothing has changed then.
+    // the device was asked, and when the store cannot take it; nothing has changed then. Any other exception leaves
+    // open how far the edit came, as a crash does; the next edit, or the next start, ends it first.
     EditOutcome edit(const EditRequest& request, const Author& author);
 
     // Makes `goal` the configuration, by the smallest edit, wholly or not at all. Throws like edit.
@@ -119,6 +120,7 @@ private:
     void finish(std::int64_t id, CommitOutcome outcome, const std::string& edit, const std::string& lines,
                 const std::string& message);
     void carry_out(AppliedEdit& edit, ErrorOption option, const Author& author, EditOutcome& outcome);
+    void send(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
     bool stands(AppliedEdit& edit, std::int64_t id, const std::string& text, EditOutcome& outcome);
     void settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
     bool keep_part(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);

@@ -115,8 +115,9 @@ TEST(Crash, LosesNoAcknowledgedEditAndLeavesNothingHalf)
         interrupted += start.interrupted ? 1U : 0U;
         standing += start.interrupted_stands ? 1U : 0U;
     }
-    fmt::print("{} kills: {} edits acknowledged, {} interrupted, {} of them whole on the device\n", kills, acknowledged,
-               interrupted, standing);
+    RecordProperty("edits_acknowledged", fmt::to_string(acknowledged));
+    RecordProperty("edits_interrupted", fmt::to_string(interrupted));
+    RecordProperty("of_these_whole_on_the_device", fmt::to_string(standing));
     // The kills are only worth something if they come in the middle of work.
     EXPECT_GT(acknowledged, 0U);
     EXPECT_GT(interrupted, 0U);

@@ -87,8 +87,9 @@ TEST_P(Faults, AreReportedAsTheyAre)
         for (std::size_t number = 1; number < 400 && !HasFailure() && try_at(edit, number); ++number) {
         }
     }
-    fmt::print("{}: {} faults in {} edits; {} left a part, {} left the device unknown\n", GetParam().name, faults_,
-               edits, parts_, unknown_);
+    RecordProperty("faults", fmt::to_string(faults_));
+    RecordProperty("parts_left", fmt::to_string(parts_));
+    RecordProperty("devices_left_unknown", fmt::to_string(unknown_));
     EXPECT_GT(faults_, edits);
     EXPECT_EQ(unknown_ > 0, GetParam().kind == Fault::Kind::channel_lost);
     if (GetParam().error_option == ErrorOption::rollback_on_error)

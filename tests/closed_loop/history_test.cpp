@@ -4,25 +4,20 @@
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
-
-#include <csignal>
-
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/store/child_process.h"
 #include "host/store/temporary_folder.h"
+#include "platform/faulty_platform.h"
 #include "random_work.h"
+#include "transaction_host.h"
 #include "transapi/command_platform.h"
 
 namespace qnips::test
 {
 namespace
 {
-
-const Author tester{"tester", "edit-config"};
 
 std::string text_of(const ConfigTree& configuration)
 {
@@ -31,12 +26,7 @@ std::string text_of(const ConfigTree& configuration)
 
 EditRequest profile_edit(const std::string& content, const std::string& name = "web")
 {
-    return parse_edit_request(
-        world().schema, fmt::format(R"(<ips-config xmlns="urn:quorin:params:xml:ns:yang:quorin-intrusion-prevention")"
-                                    R"( xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><user-defined-ips>)"
-                                    "<vsys><name>branch</name><profiles><profile><name>{}</name>{}</profile>"
-                                    "</profiles></vsys></user-defined-ips></ips-config>",
-                                    name, content));
+    return request_of(in_profile(content, name));
 }
 
 CommandLine description(const std::string& text)
@@ -58,13 +48,7 @@ protected:
         datastore_.emplace(world().schema, world().table, device_, *store_);
     }
 
-    std::vector<std::string> drift()
-    {
-        std::vector<std::string> lines;
-        for (const Difference& difference : datastore_->drift())
-            lines.push_back((difference.on_device ? "+" : "-") + difference.line);
-        return lines;
-    }
+    std::vector<std::string> drift() { return lines_of(datastore_->drift()); }
 
     TemporaryFolder folder_;
     EmulatedPlatform device_{world().catalogue};
@@ -90,7 +74,7 @@ TEST_F(History, BringsBackEveryConfigurationThereWas)
             EXPECT_EQ(outcome.errors.empty(), text_of(datastore_->configuration()) == chosen->second);
         } else if (const std::string edit = work.edit(*datastore_); !edit.empty()) {
             try {
-                outcome = datastore_->edit(parse_edit_request(world().schema, edit), tester);
+                outcome = datastore_->edit(request_of(edit), tester);
             } catch (const RpcError&) {
                 continue;
             }
@@ -132,6 +116,20 @@ TEST_F(History, HasNothingOfAnEditThatChangesNothingOrIsRefusedAtOnce)
     EXPECT_EQ(store_->history(10).size(), 1U);
 }
 
+// The edit is kept with the place that a new entry has got, which names the entry before it by its key.
+TEST_F(History, KeepsThePlaceBehindAnEntryWhateverItsName)
+{
+    for (const char* name : {"it's", "plain", "'", "=]['x"}) {
+        ASSERT_TRUE(datastore_->edit(profile_edit(in_set(name)), tester).errors.empty()) << name;
+        const EditOutcome outcome = datastore_->edit(profile_edit(in_set(fmt::format("behind-{}", name))), tester);
+        ASSERT_TRUE(outcome.errors.empty()) << shown(outcome.errors);
+        const std::string running = text_of(datastore_->configuration());
+        EXPECT_EQ(text_of(datastore_->at(outcome.commit)), running) << store_->commit(outcome.commit)->edit;
+        open();
+        EXPECT_EQ(text_of(datastore_->configuration()), running) << name;
+    }
+}
+
 TEST_F(History, SaysWhyAnEditWasTakenBack)
 {
     FaultyPlatform channel(device_);
@@ -147,6 +145,55 @@ TEST_F(History, SaysWhyAnEditWasTakenBack)
     EXPECT_THAT(record->message, testing::HasSubstr("description: the device has failed (line \"description shop\""));
     EXPECT_EQ(record->lines, "profile type ips name \"web\"  (vsys branch, view system)\n"
                              "undo profile type ips name \"web\"  (vsys branch, view system)\n");
+}
+
+TEST(RecordNumber, IsInTheOutcomeOfEachEdit)
+{
+    TransactionHost host;
+    RandomWork work(7);
+    std::size_t parts = 0;
+    for (int round = 0; round < 400 && !HasFailure(); ++round) {
+        const std::string edit = work.edit(host.datastore);
+        if (edit.empty())
+            continue;
+        std::size_t lines = 0;
+        const std::size_t refused = 1 + work.random()() % 4;
+        host.platform.refuses = [&](const CommandLine&) { return lines++ == refused; };
+        const std::int64_t before = host.newest().id;
+        try {
+            const EditOutcome outcome = host.edit(edit, ErrorOption::stop_on_error);
+            const std::int64_t after = host.newest().id;
+            EXPECT_EQ(outcome.commit, after == before ? 0 : after) << shown(outcome.errors);
+            parts += outcome.effect == EditOutcome::Effect::part ? 1U : 0U;
+        } catch (const RpcError&) {
+            EXPECT_EQ(host.newest().id, before) << "refused before anything was sent";
+        }
+    }
+    EXPECT_GT(parts, 20U);
+}
+
+// The device falls back to what it had when it refuses a line. There is a record all the same, since lines were sent.
+TEST(RecordNumber, IsThereWhenNoPartIsLeft)
+{
+    TransactionHost host;
+    host.prepare(in_profile("<description>old</description>"));
+    host.platform.refuses = [&](const CommandLine& line) {
+        if (line.text != "assoc-check enable")
+            return false;
+        host.by_hand(description("old"));
+        return true;
+    };
+    const EditOutcome outcome =
+        host.edit(in_profile("<description>new</description><associated-check-enable>true</associated-check-enable>"),
+                  ErrorOption::stop_on_error);
+    EXPECT_EQ(outcome.errors.size(), 1U) << shown(outcome.errors);
+    EXPECT_EQ(outcome.effect, EditOutcome::Effect::none);
+    const CommitRecord record = host.newest();
+    EXPECT_EQ(record.id, 2);
+    EXPECT_EQ(record.id, outcome.commit);
+    EXPECT_EQ(record.outcome, CommitOutcome::rolled_back);
+    EXPECT_THAT(record.lines, testing::HasSubstr("description new"));
+    EXPECT_THAT(host.drift(), testing::IsEmpty());
 }
 
 // ------------------------------------------------------------------------------------------------------- drift --
@@ -249,36 +296,48 @@ TEST_F(History, EndsAnInterruptedEditByWhatTheDeviceHasOfIt)
 
 // --------------------------------------------------------------------------------------------------- the store --
 
-TEST_F(History, TakesBackAnEditThatTheStoreHasNoRoomFor)
+// A start reads the edits since the last snapshot, so there has to be one from time to time; and with it older records
+// can go.
+TEST_F(History, IsBoundedByItsSize)
 {
-    const std::string said = in_child([&](const Reports& reports) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        CommitStore store(folder_.file("small.db"));
-        RunningDatastore datastore(world().schema, world().table, device_, store);
-        const rlimit small{.rlim_cur = 64 * 1024, .rlim_max = RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &small);
-        std::string reason;
-        std::size_t made = 0;
-        for (; made < 2000 && reason.empty(); ++made) {
-            const ConfigTree before = copy_of(datastore.configuration());
-            try {
-                const EditOutcome outcome = datastore.edit(
-                    profile_edit("<description>" + std::string(200, 'x') + "</description>", fmt::format("p{}", made)),
-                    tester);
-                reason = outcome.errors.empty() ? "" : std::string(outcome.errors.front().tag());
-            } catch (const RpcError& error) {
-                reason = error.tag();
-            }
-            if (!reason.empty() && text_of(before) != text_of(datastore.configuration()))
-                reports.say("the datastore has changed");
-        }
-        reports.say(fmt::format("{} after some: {}", reason, made > 3));
-        const rlimit large{.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &large);
-        reports.say(fmt::format("drift {}", datastore.drift().size()));
-        reports.say(fmt::format("errors {}", datastore.edit(profile_edit("", "more"), tester).errors.size()));
-    });
-    EXPECT_EQ(said, "resource-denied after some: true\ndrift 0\nerrors 0\n");
+    datastore_->keep_commits(2);
+    std::vector<std::string> goals;
+    for (const char letter : {'a', 'b'}) {
+        std::string profiles;
+        for (int i = 0; i < 400; ++i)
+            profiles += fmt::format("<profile><name>p{}</name><description>{}</description></profile>", i,
+                                    std::string(255, letter));
+        goals.push_back(in_vsys("<profiles>" + profiles + "</profiles>"));
+    }
+    constexpr std::size_t edits = 20; // of 120 kilobytes
+    for (std::size_t round = 0; round < edits; ++round) {
+        const EditOutcome outcome = datastore_->edit(request_of(goals[round % 2]), tester);
+        ASSERT_TRUE(outcome.errors.empty()) << shown(outcome.errors);
+    }
+    const CommitStore::Reconstruction parts = store_->running();
+    EXPECT_NE(parts.snapshot, "");
+    EXPECT_LT(parts.edits.size(), 15U);
+    const std::size_t records = store_->history(100).size();
+    EXPECT_GE(records, 2U);
+    EXPECT_LT(records, edits);
+    const std::string running = text_of(datastore_->configuration());
+    open();
+    EXPECT_EQ(text_of(datastore_->configuration()), running);
+}
+
+TEST(HistoryOfFailedEdits, IsBoundedByTheirNumber)
+{
+    TransactionHost host;
+    host.datastore.keep_commits(10);
+    host.prepare(in_profile("<description>shop</description>"));
+    host.platform.refuses = [](const CommandLine& line) { return line.text.starts_with("description other"); };
+    constexpr std::size_t edits = 800;
+    for (std::size_t i = 0; i < edits; ++i)
+        EXPECT_EQ(host.edit(in_profile("<description>other</description>", "mail")).effect, EditOutcome::Effect::none);
+    const std::size_t records = host.store.history(edits).size();
+    EXPECT_GE(records, 10U);
+    EXPECT_LT(records, edits / 2);
+    EXPECT_THAT(host.newest().message, testing::HasSubstr("the device has failed"));
 }
 
 } // namespace

@@ -27,12 +27,6 @@ EditRequest request_of(const std::string& default_operation, const std::string& 
 
 } // namespace
 
-const World& world()
-{
-    static const World all;
-    return all;
-}
-
 std::optional<PlatformError> CountedDevice::execute(std::span<const CommandLine> script, int operation)
 {
     std::optional<PlatformError> error = device_->execute(script, operation);

@@ -9,23 +9,12 @@
 #include "host/server/configuration_model.h"
 #include "platform/emulator.h"
 #include "platform/faulty_platform.h"
-#include "server/module_loader.h"
-#include "server/node_table.h"
 #include "server/running_datastore.h"
-#include "server/yang_schema.h"
 #include "store/commit_store.h"
+#include "support/world.h"
 
 namespace qnips::test
 {
-
-struct World {
-    PluginModule module{QN_IPS_MODULE};
-    YangSchema schema{{QN_IPS_YANG_DIR, QN_IPS_IETF_YANG_DIR}};
-    NodeTable table{module.rows(), schema};
-    SignatureCatalogue catalogue = SignatureCatalogue::load(QN_IPS_CATALOGUE);
-};
-// Made once for all tests of the program.
-const World& world();
 
 // A device that counts what takes effect on it, and that can be made anew.
 class CountedDevice final : public CommandPlatform

@@ -54,8 +54,15 @@ private:
 
 constexpr int exec_failed = 127; // as a shell says it
 
-[[noreturn]] void become_program(std::vector<char*>& words, const char* folder, int output, int errors)
+[[noreturn]] void become_program(std::vector<char*>& words, const char* folder, int output, int errors,
+                                 const Preparation& prepare)
 {
+    try {
+        if (prepare)
+            prepare();
+    } catch (const std::exception&) {
+        _exit(exec_failed);
+    }
     if (chdir(folder) == 0 && dup2(output, STDOUT_FILENO) >= 0 && dup2(errors, STDERR_FILENO) >= 0 &&
         setenv("QN_IPS_MODULE", QN_IPS_MODULE, 1) == 0 &&
         setenv("QN_IPS_YANG_PATH", QN_IPS_YANG_DIR ":" QN_IPS_IETF_YANG_DIR, 1) == 0)
@@ -70,7 +77,8 @@ int exit_status(int wait_status)
 
 } // namespace
 
-Outcome run_program(const std::vector<std::string>& arguments, const std::filesystem::path& folder)
+Outcome run_program(const std::vector<std::string>& arguments, const std::filesystem::path& folder,
+                    const Preparation& prepare)
 {
     std::vector<std::string> words = {"qn-ips"};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -86,7 +94,7 @@ Outcome run_program(const std::vector<std::string>& arguments, const std::filesy
     if (child < 0)
         throw_errno("fork");
     if (child == 0)
-        become_program(pointers, folder.c_str(), output.file(), errors.file());
+        become_program(pointers, folder.c_str(), output.file(), errors.file(), prepare);
 
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {

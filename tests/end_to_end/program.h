@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -22,9 +23,13 @@ struct Outcome {
     }
 };
 
+// Runs in the process that becomes the program: narrows its rights, limits its files.
+using Preparation = std::function<void()>;
+
 // Runs the program in `folder`, with this build's module and YANG folders in its environment. Throws std::system_error
-// when it cannot be started.
-Outcome run_program(const std::vector<std::string>& arguments, const std::filesystem::path& folder);
+// when it cannot be started; its status is 127 when the preparation throws.
+Outcome run_program(const std::vector<std::string>& arguments, const std::filesystem::path& folder,
+                    const Preparation& prepare = {});
 
 // Throws std::runtime_error when the file cannot be read.
 std::string file_text(const std::filesystem::path& file);

@@ -2,16 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "end_to_end/program.h"
-#include "host/store/temporary_folder.h"
-#include "store/commit_store.h"
+#include "end_to_end/state_fixture.h"
 
 namespace qnips::test
 {
@@ -20,25 +14,6 @@ namespace
 {
 
 using ::testing::HasSubstr;
-
-class State : public testing::Test
-{
-protected:
-    // Runs `words` with the option for the state folder behind them.
-    Outcome run(std::vector<std::string> words)
-    {
-        words.insert(words.end(), {"--state", lab_.string()});
-        return run_program(words, folder_.path());
-    }
-
-    Outcome apply(const std::string& example)
-    {
-        return run({"apply", (std::filesystem::path(QN_IPS_EXAMPLES) / example).string()});
-    }
-
-    TemporaryFolder folder_;
-    std::filesystem::path lab_ = folder_.path() / "lab";
-};
 
 TEST_F(State, KeepsDeviceAndHistory)
 {
@@ -104,49 +79,6 @@ TEST_F(State, SaysWhatACommitIsMissing)
     }
     EXPECT_EQ(run_program({"history"}, folder_.path()).status, 2) << "there is no default folder";
 }
-
-TEST_F(State, IsForOneProcessAtATime)
-{
-    ASSERT_EQ(apply("create-webguard.xml").status, 0);
-    const CommitStore mine((lab_ / "history.db").string());
-    const Outcome outcome = apply("remove-webguard.xml");
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.errors, HasSubstr("history.db"));
-    EXPECT_THAT(outcome.errors, HasSubstr(std::to_string(getpid())));
-    EXPECT_EQ(lines_of(run({"history"}).output).size(), 1U) << "reading is for anybody";
-}
-
-struct Damage {
-    const char* name;
-    std::size_t place;
-    std::string bytes;
-    const char* said;
-};
-
-class DamagedState : public State, public testing::WithParamInterface<Damage>
-{
-};
-
-TEST_P(DamagedState, IsRefusedAndLeftAsItIs)
-{
-    ASSERT_EQ(apply("create-webguard.xml").status, 0);
-    const std::string file = (lab_ / "history.db").string();
-    std::string content = content_of(file);
-    content.replace(GetParam().place, GetParam().bytes.size(), GetParam().bytes);
-    write_file(file, content);
-    for (const Outcome& outcome : {apply("remove-webguard.xml"), run({"history"})}) {
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.errors, HasSubstr("history.db"));
-        EXPECT_THAT(outcome.errors, HasSubstr(GetParam().said));
-    }
-    EXPECT_EQ(content_of(file), content);
-}
-
-// The version is the big-endian number at byte 60 of an SQLite file.
-INSTANTIATE_TEST_SUITE_P(Kinds, DamagedState,
-                         testing::Values(Damage{"no_database", 0, "<config/>", "no database"},
-                                         Damage{"newer_version", 60, std::string("\0\0\0\x63", 4), "of version 99"}),
-                         [](const auto& damage) { return std::string(damage.param.name); });
 
 } // namespace
 

@@ -4,12 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <optional>
 #include <random>
@@ -166,18 +164,13 @@ TEST_F(KeptDevices, RefuseWhatTheyHaveNoRoomToKeep)
         KeptDevice kept(file_, catalogue_);
         kept.execute(one_line("profile type ips name \"first\""), 0);
         const std::string before = dump(kept.device());
-        signal(SIGXFSZ, SIG_IGN);
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        const rlim_t unlimited = std::exchange(limit.rlim_cur, std::filesystem::file_size(file_ + "-wal"));
-        setrlimit(RLIMIT_FSIZE, &limit);
+        limit_files(std::filesystem::file_size(file_ + "-wal"));
         const auto script = one_line("profile type ips name \"second\"");
         for (const auto& error : {kept.execute(script, 0), kept.remove_vsys("branch")}) {
             reports.say(error ? std::to_string(error->code) + " " + error->message : "taken");
             reports.say(dump(kept.device()) == before ? "as before" : "changed");
         }
-        limit.rlim_cur = unlimited;
-        setrlimit(RLIMIT_FSIZE, &limit);
+        limit_files(any_size);
         reports.say(kept.execute(script, 0) ? "refused" : "taken");
         reports.say(dump(kept.device()));
     });

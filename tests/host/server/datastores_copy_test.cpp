@@ -112,6 +112,18 @@ TEST(Edit, ThatOnlyTestsChangesNothing)
     }
 }
 
+TEST(Edit, OfTheCandidateIsTestedFirstForWhoAsksForThat)
+{
+    for (const TestOption option : {TestOption::unstated, TestOption::set, TestOption::test_then_set}) {
+        TestServer server;
+        EditRequest invalid = invalid_edit();
+        invalid.test_option = option;
+        const bool is_tested = option == TestOption::test_then_set;
+        EXPECT_EQ(tag_of([&] { set(server, candidate, invalid); }), is_tested ? "data-missing" : "");
+        EXPECT_EQ(server.all().candidate_is_modified(), !is_tested);
+    }
+}
+
 // -------------------------------------------------------------------------------------------------------- copy --
 
 TEST(Copy, MakesTheTargetWhatTheSourceIs)

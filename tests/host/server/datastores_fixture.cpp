@@ -55,12 +55,6 @@ std::string text_of(const ConfirmedCommitEvent& event)
 
 } // namespace
 
-const World& world()
-{
-    static const World all;
-    return all;
-}
-
 EditRequest edit_of_profile(const std::string& content)
 {
     return parse_edit_request(world().schema, profile(content));

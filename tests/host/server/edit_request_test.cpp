@@ -1,6 +1,8 @@
 // Which texts are edits, what is supplied around them, and how others are refused.
 #include "server/edit_request.h"
 
+#include <map>
+
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <libyang/libyang.h>
@@ -45,7 +47,7 @@ TEST(EditRequest, IsReadFromEveryPartOfARequest)
         EXPECT_STREQ(node_name(request.edit), "top");
         EXPECT_EQ(request.edit->next, nullptr);
         EXPECT_EQ(request.default_operation, DefaultOperation::merge);
-        EXPECT_EQ(request.test_option, TestOption::test_then_set);
+        EXPECT_EQ(request.test_option, TestOption::unstated);
         // The RFC's default is for who writes a request; whoever writes none gets all or nothing.
         const bool is_request = xml.find("edit-config") != std::string::npos;
         EXPECT_EQ(request.error_option, is_request ? ErrorOption::stop_on_error : ErrorOption::rollback_on_error);
@@ -61,6 +63,16 @@ TEST(EditRequest, KeepsTheOptions)
     EXPECT_EQ(request.default_operation, DefaultOperation::none);
     EXPECT_EQ(request.test_option, TestOption::test_only);
     EXPECT_EQ(request.error_option, ErrorOption::rollback_on_error);
+}
+
+TEST(EditRequest, TellsWhatTheClientHasAskedToBeTested)
+{
+    for (const auto& [word, option] : std::map<std::string, TestOption>{{"test-then-set", TestOption::test_then_set},
+                                                                        {"set", TestOption::set},
+                                                                        {"test-only", TestOption::test_only}}) {
+        const std::string leaf = fmt::format("<test-option>{}</test-option>", word);
+        EXPECT_EQ(parsed(edit_config(leaf + in_config(top("")))).test_option, option) << word;
+    }
 }
 
 TEST(EditRequest, TakesSeveralRoots)

@@ -1,8 +1,10 @@
 #include "host/store/child_process.h"
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -129,6 +131,16 @@ void become_nobody()
 bool may_change_user()
 {
     return geteuid() == 0;
+}
+
+void limit_files(std::uintmax_t bytes)
+{
+    rlimit limit{};
+    if (std::signal(SIGXFSZ, SIG_IGN) == SIG_ERR || getrlimit(RLIMIT_FSIZE, &limit) != 0)
+        throw std::runtime_error("the limit of files cannot be read");
+    limit.rlim_cur = std::min<std::uintmax_t>(bytes, limit.rlim_max);
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+        throw std::runtime_error("the limit of files cannot be set");
 }
 
 int number_of_kills()

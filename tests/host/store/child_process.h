@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <random>
 #include <string>
@@ -59,6 +60,10 @@ std::string in_child(const std::function<void(const Reports&)>& body);
 std::string as_nobody(const std::function<void(const Reports&)>& body);
 void become_nobody();
 bool may_change_user();
+
+// No file of this process may grow beyond this size. To a program that is as a disk that is full, with another number.
+void limit_files(std::uintmax_t bytes);
+inline constexpr std::uintmax_t any_size = ~std::uintmax_t{0};
 
 // How often the tests kill: a number from the environment (QN_IPS_KILLS), or 25.
 int number_of_kills();

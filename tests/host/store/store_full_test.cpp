@@ -1,9 +1,7 @@
 // A call that finds no room changes nothing, and succeeds when there is room again.
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
-#include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -19,17 +17,6 @@ namespace qnips
 
 namespace
 {
-
-// No file of this process may grow beyond this size. To a program that is as a disk that is full, with another number.
-void limit_files(rlim_t bytes)
-{
-    signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = bytes;
-    if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
-        throw std::runtime_error("the limit cannot be set");
-}
 
 const std::string large(100'000, 'x');
 
@@ -82,7 +69,7 @@ void try_when_full(const std::string& file, const FullCase& item, const Reports&
             if (text_of(store) != before)
                 reports.say("something has changed");
         }
-        limit_files(RLIM_INFINITY);
+        limit_files(any_size);
         item.call(store);
         if (text_of(store) == before && item.name != "prune")
             reports.say("nothing has changed");
@@ -106,7 +93,7 @@ TEST(CommitStoreWithoutRoom, StaysAsItWas)
 }
 
 // Small steps up to a limit that lies anywhere: in the log, at its end, in the middle of a checkpoint.
-void work_up_to_limit(const std::string& file, rlim_t limit, const Reports& reports)
+void work_up_to_limit(const std::string& file, std::uintmax_t limit, const Reports& reports)
 {
     limit_files(limit);
     std::string before;
@@ -124,7 +111,7 @@ void work_up_to_limit(const std::string& file, rlim_t limit, const Reports& repo
         if (error.kind() != StoreError::Kind::full)
             reports.say(error.what());
     }
-    limit_files(RLIM_INFINITY);
+    limit_files(any_size);
     CommitStore store(file);
     if (!before.empty() && text_of(store) != before)
         reports.say("something has changed");
