@@ -24,7 +24,10 @@ std::string store_file(const std::filesystem::path& state)
 {
     if (state.empty())
         return ":memory:";
-    std::filesystem::create_directories(state);
+    std::error_code error;
+    std::filesystem::create_directories(state, error);
+    if (error)
+        throw std::runtime_error(fmt::format("cannot make the folder {}: {}", state.string(), error.message()));
     return history_file(state).string();
 }
 

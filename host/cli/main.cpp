@@ -2,7 +2,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <sstream>
@@ -49,9 +51,16 @@ void add_global_options(CLI::App& app, GlobalOptions& options)
     app.set_version_flag("--version", "qn-ips " QN_IPS_VERSION);
 }
 
+// Standard error may be what cannot be written to; the status has to tell it then.
+void complain(std::string_view message)
+{
+    const std::string text = fmt::format("qn-ips: error: {}\n", message);
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 int usage_error(std::string_view message)
 {
-    fmt::print(stderr, "qn-ips: error: {}\nRun with --help for more information.\n", message);
+    complain(fmt::format("{}\nRun with --help for more information.", message));
     return exit_usage;
 }
 
@@ -109,6 +118,15 @@ int run(int argc, char** argv)
     return usage_error("no command given");
 }
 
+// Whoever reads the output has to know that some of it is missing.
+int with_whole_output(int status)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return status;
+    complain(fmt::format("cannot write the output: {}", std::strerror(errno)));
+    return status == exit_ok ? exit_refused : status;
+}
+
 } // namespace
 
 } // namespace qnips::cli
@@ -116,10 +134,10 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
-        return qnips::cli::run(argc, argv);
+        return qnips::cli::with_whole_output(qnips::cli::run(argc, argv));
     } catch (const std::exception& error) {
         std::fflush(stdout);
-        fmt::print(stderr, "qn-ips: error: {}\n", error.what());
+        qnips::cli::complain(error.what());
         return qnips::cli::exit_refused;
     }
 }

@@ -40,7 +40,7 @@ constexpr std::size_t least_compacted_bytes = 64UL * 1024UL;
 
 StoreFormat device_format()
 {
-    return {.name = "emulated device",
+    return {.name = "device store",
             .application_id = 0x71697044, // "qipD"
             .schema = schema,
             .migrations = {}};

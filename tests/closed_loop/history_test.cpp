@@ -220,6 +220,15 @@ TEST_F(History, ShowsAndEndsADriftInBothDirections)
     EXPECT_THAT(text_of(datastore_->configuration()), testing::HasSubstr("by hand"));
 }
 
+TEST_F(History, HasNothingOfARepairThatFindsNoDrift)
+{
+    ASSERT_TRUE(datastore_->edit(profile_edit("<description>shop</description>"), tester).errors.empty());
+    EXPECT_TRUE(datastore_->repair_device({"ann", "repair"}).done());
+    EXPECT_EQ(datastore_->repair_datastore({"ann", "take"}), 0);
+    EXPECT_EQ(store_->history(10).size(), 1U);
+    EXPECT_FALSE(store_->open_intent().has_value());
+}
+
 TEST_F(History, LeavesADriftAloneThatAFailedEditHasNotMade)
 {
     ASSERT_TRUE(datastore_->edit(profile_edit("<description>shop</description>"), tester).errors.empty());

@@ -65,35 +65,45 @@ TEST_P(TouchedByAnEdit, CountsAsTheDeviceHasIt)
     const TouchedNodes touched(edit.changes());
     edit.rollback();
     const ConfigTree device(world().schema.parse_configuration(GetParam().device));
-    EXPECT_EQ(tree_text(touched.overlaid(before, device).first()), text_of(GetParam().counts));
+    const ConfigTree counts = touched.overlaid(before, device);
+    EXPECT_EQ(tree_text(counts.first()), text_of(GetParam().counts));
+    EXPECT_EQ(counts.first() == nullptr, GetParam().counts.empty()) << "containers that hold nothing";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Table, TouchedByAnEdit,
-    testing::Values(Case{"a_changed_leaf", in_profile("<description>old</description>"),
-                         in_profile("<description>new</description>"), in_profile("<description>any</description>"),
-                         in_profile("<description>any</description>")},
-                    Case{"a_leaf_that_has_gone", in_profile("<description>old</description>" + evidence),
-                         in_profile("<description>new</description>"), in_profile(evidence), in_profile(evidence)},
-                    Case{"not_what_stands_beside_a_changed_leaf", in_profile("<description>old</description>"),
-                         in_profile("<description>new</description>"),
-                         in_profile("<description>new</description>" + evidence),
-                         in_profile("<description>new</description>")},
-                    Case{"all_of_a_new_entry",
-                         {},
-                         in_profile("<description>new</description>"),
-                         in_profile(evidence),
-                         in_profile(evidence)},
-                    // With the protocol all rules go and come back: what the device has there now is the edit's doing.
-                    Case{"all_of_what_is_replaced", signature("HTTP", rule("r", "flow") + rule("s", "flow")),
-                         signature("FTP", {}), signature("FTP", rule("r", "packet") + rule("t", "flow")),
-                         signature("FTP", rule("r", "packet") + rule("t", "flow"))},
-                    Case{"the_order_that_an_entry_has_changed", sets("abc"),
-                         in_profile(R"(<signature-sets><signature-set xmlns:yang="urn:ietf:params:xml:ns:yang:1")"
-                                    R"( yang:insert="first"><name>c</name></signature-set></signature-sets>)"),
-                         sets("cba"), sets("cba")},
-                    Case{"not_an_order_that_only_the_device_has_changed", sets("abc"),
-                         in_profile("<description>x</description>"), sets("cba"), sets("abc")}),
+    testing::Values(
+        Case{"a_changed_leaf", in_profile("<description>old</description>"),
+             in_profile("<description>new</description>"), in_profile("<description>any</description>"),
+             in_profile("<description>any</description>")},
+        Case{"a_leaf_that_has_gone", in_profile("<description>old</description>" + evidence),
+             in_profile("<description>new</description>"), in_profile(evidence), in_profile(evidence)},
+        Case{"not_what_stands_beside_a_changed_leaf", in_profile("<description>old</description>"),
+             in_profile("<description>new</description>"), in_profile("<description>new</description>" + evidence),
+             in_profile("<description>new</description>")},
+        Case{"an_entry_that_the_device_has_lost", in_profile("<description>old</description>" + evidence),
+             in_profile("<description>new</description>"), in_vsys({}), in_vsys({})},
+        Case{"nothing_on_a_device_without_anything",
+             in_profile("<description>old</description>"),
+             in_profile("<description>new</description>"),
+             {},
+             {}},
+        Case{"all_of_a_new_entry",
+             {},
+             in_profile("<description>new</description>"),
+             in_profile(evidence),
+             in_profile(evidence)},
+        // With the protocol all rules go and come back: what the device has there now is the edit's doing.
+        Case{"all_of_what_is_replaced", signature("HTTP", rule("r", "flow") + rule("s", "flow")), signature("FTP", {}),
+             signature("FTP", rule("r", "packet") + rule("t", "flow")),
+             signature("FTP", rule("r", "packet") + rule("t", "flow"))},
+        Case{"the_order_that_an_entry_has_changed", sets("abc"),
+             in_profile(R"(<signature-sets><signature-set xmlns:yang="urn:ietf:params:xml:ns:yang:1")"
+                        R"( yang:insert="first"><name>c</name></signature-set></signature-sets>)"),
+             sets("cba"), sets("cba")},
+        Case{"the_order_around_a_new_entry", sets("abc"), in_profile(in_set("d")), sets("dba"), sets("dbca")},
+        Case{"not_an_order_that_only_the_device_has_changed", sets("abc"), in_profile("<description>x</description>"),
+             sets("cba"), sets("abc")}),
     [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace

@@ -30,8 +30,9 @@ public:
 
     std::function<bool(const CommandLine&)> refuses = [](const CommandLine&) { return false; };
     std::function<bool()> refuses_removal = [] { return false; }; // of a virtual system
-    bool answers = true;            // otherwise it takes a script and reports a failure all the same
-    bool throws_at_removal = false; // as a platform must not
+    bool answers = true;                          // otherwise it takes a script and reports a failure all the same
+    bool throws_at_removal = false;               // as a platform must not
+    std::function<void()> before_reading = [] {}; // of its configuration
     std::vector<Sent> sent;
 
     // Takes everything from now on.
@@ -39,7 +40,11 @@ public:
 
     std::optional<PlatformError> execute(std::span<const CommandLine> script, int operation) override;
     std::optional<PlatformError> remove_vsys(std::string_view name) override;
-    PlatformAnswer configuration() override { return device_.configuration(); }
+    PlatformAnswer configuration() override
+    {
+        before_reading();
+        return device_.configuration();
+    }
     PlatformAnswer state() override { return device_.state(); }
     PlatformAnswer first_signature_set(std::string_view vsys, std::string_view profile) override
     {

@@ -57,16 +57,17 @@ constexpr int exec_failed = 127; // as a shell says it
 [[noreturn]] void become_program(std::vector<char*>& words, const char* folder, int output, int errors,
                                  const Preparation& prepare)
 {
+    if (chdir(folder) != 0 || dup2(output, STDOUT_FILENO) < 0 || dup2(errors, STDERR_FILENO) < 0 ||
+        setenv("QN_IPS_MODULE", QN_IPS_MODULE, 1) != 0 ||
+        setenv("QN_IPS_YANG_PATH", QN_IPS_YANG_DIR ":" QN_IPS_IETF_YANG_DIR, 1) != 0)
+        _exit(exec_failed);
     try {
         if (prepare)
             prepare();
     } catch (const std::exception&) {
         _exit(exec_failed);
     }
-    if (chdir(folder) == 0 && dup2(output, STDOUT_FILENO) >= 0 && dup2(errors, STDERR_FILENO) >= 0 &&
-        setenv("QN_IPS_MODULE", QN_IPS_MODULE, 1) == 0 &&
-        setenv("QN_IPS_YANG_PATH", QN_IPS_YANG_DIR ":" QN_IPS_IETF_YANG_DIR, 1) == 0)
-        execv(QN_IPS_PROGRAM, words.data());
+    execv(QN_IPS_PROGRAM, words.data());
     _exit(exec_failed);
 }
 

@@ -153,10 +153,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Damage{"history_newer_version", "history.db", make_newer, "of version 99, and 1 is the newest"},
                     Damage{"history_cut", "history.db", cut_a_page, "malformed"},
                     Damage{"history_empty", "history.db", make_empty, "no commit store: too short"},
-                    Damage{"device_no_database", "device.db", make_no_database, "no emulated device: no database"},
+                    Damage{"device_no_database", "device.db", make_no_database, "no device store: no database"},
                     Damage{"device_newer_version", "device.db", make_newer, "of version 99, and 1 is the newest"},
                     Damage{"device_cut", "device.db", cut_a_page, "malformed"},
-                    Damage{"device_empty", "device.db", make_empty, "no emulated device: too short"}),
+                    Damage{"device_empty", "device.db", make_empty, "no device store: too short"}),
     [](const auto& damage) { return std::string(damage.param.name); });
 
 // ------------------------------------------------------------------------------------------------------ read-only --

@@ -267,7 +267,7 @@ TEST_F(KeptDevices, DoNotTakeAnotherFileForTheirs)
 {
     write_file(file_, "not a device");
     EXPECT_EQ(opened(file_, catalogue_),
-              (std::pair{std::optional(Kind::corrupt), file_ + ": opening it: no emulated device: too short"}));
+              (std::pair{std::optional(Kind::corrupt), file_ + ": opening it: no device store: too short"}));
     EXPECT_EQ(content_of(file_), "not a device");
 }
 
