@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <libxml/parser.h>
 #include <libyang/libyang.h>
 #include <nc_server.h>
 
@@ -41,6 +42,7 @@ public:
         if (nc_server_init(schema.context()) != 0)
             throw std::runtime_error("the NETCONF library cannot be started");
         install_callbacks(schema);
+        xmlInitParser(); // which the first threads to parse would do at the same time
     }
     ~Library() { nc_server_destroy(); }
     Library(const Library&) = delete;
