@@ -303,7 +303,12 @@ Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
 
 Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
 {
-    datastores_.delete_config(requester.session, read_datastore(rpc, "target"));
+    const DatastoreName target = read_datastore(rpc, "target");
+    datastores_.delete_config(requester.session, target);
+    EditOutcome outcome;
+    outcome.effect = EditOutcome::Effect::whole;
+    if (events_)
+        events_->tell(requester, target, outcome);
     return {};
 }
 

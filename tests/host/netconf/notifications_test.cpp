@@ -102,6 +102,8 @@ TEST_F(Notifications, TellOfNothingThatHasNotHappened)
     EXPECT_THAT(listener.receive(), HasSubstr("'second'"));
     EXPECT_EQ(editor.call("<copy-config><target><startup/></target><source><running/></source></copy-config>"), ok);
     EXPECT_THAT(listener.receive(), HasSubstr("<datastore>startup</datastore>"));
+    EXPECT_EQ(editor.call(with_target("delete-config", "startup")), ok);
+    EXPECT_THAT(listener.receive(), HasSubstr("<datastore>startup</datastore>"));
 }
 
 TEST_F(Notifications, SumUpWhatIsTooMuch)
