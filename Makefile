@@ -3,11 +3,12 @@ PREFIX  ?= /usr/local
 DESTDIR ?=
 ENSURE  := tools/ensure-packages.sh
 
-.PHONY: help run test lint docs bench fuzz loop kill coverage install clean
+.PHONY: help run test clients lint docs bench fuzz loop kill coverage install clean
 
 help:
 	@echo "make run        build, and carry an example edit out on an emulated device"
 	@echo "make test       static checks, and the whole suite under GCC and under Clang with sanitizers"
+	@echo "make clients    the guide's NETCONF clients, yangcli and Ansible among them, which are large to install"
 	@echo "make lint       formatting, clang-tidy, YANG module, scripts"
 	@echo "make docs       write docs/conformance.md: what the module sends and refuses, node by node"
 	@echo "make bench      benchmarks, optimised build"
@@ -27,6 +28,12 @@ run:
 test:
 	@$(ENSURE) test
 	@tools/test.sh
+
+clients:
+	@$(ENSURE) clients
+	@cmake --preset debug >/dev/null
+	@cmake --build build/debug --target serve_test
+	build/debug/tests/host/netconf/serve_test --gtest_filter='Clients*:Ssh*'
 
 lint:
 	@$(ENSURE) lint

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes sure that the Debian packages for a purpose are installed. Asks the package manager only when one is missing.
 #
-#   tools/ensure-packages.sh build|test|lint|bench|fuzz|coverage|install...
+#   tools/ensure-packages.sh build|test|clients|lint|bench|fuzz|coverage|install...
 set -euo pipefail
 
 build=(g++ gcc libc6-dev cmake ninja-build pkg-config libxml2-dev libyang2-dev libfmt-dev nlohmann-json3-dev libcli11-dev
@@ -9,6 +9,7 @@ build=(g++ gcc libc6-dev cmake ninja-build pkg-config libxml2-dev libyang2-dev l
        libspdlog-dev libtomlplusplus-dev)
 lint=("${build[@]}" libgtest-dev libgmock-dev clang clang-format clang-tidy libyang2-tools)
 test=("${lint[@]}" libclang-rt-14-dev llvm binutils python3-ncclient openssh-client)
+clients=("${test[@]}" yangcli ansible)
 bench=("${build[@]}" libbenchmark-dev)
 fuzz=("${build[@]}" libgtest-dev clang libclang-rt-14-dev llvm)
 coverage=("${build[@]}" libgtest-dev libgmock-dev gcovr)
@@ -16,7 +17,7 @@ install=("${build[@]}")
 
 packages_for() {
     case $1 in
-    build | lint | test | bench | fuzz | coverage | install)
+    build | lint | test | clients | bench | fuzz | coverage | install)
         local -n list=$1
         printf '%s\n' "${list[@]}"
         ;;

@@ -148,13 +148,11 @@ private:
     AccessControl access_;
 };
 
-void recover(Datastores& datastores, ServerLog& log)
+void recover(Datastores& datastores)
 {
     const auto outcome = datastores.recover(user_name());
     if (!outcome)
         return;
-    log.write(outcome->errors.empty() ? LogLevel::info : LogLevel::error, "confirmed-commit",
-              {{"outcome", outcome->errors.empty() ? "taken-back" : "error"}, {"transaction", outcome->commit}});
     fmt::print(stderr, "qn-ips: note: a confirmed commit that nobody has confirmed is taken back\n");
     for (const RpcError& error : outcome->errors)
         fmt::print(stderr, "qn-ips: warning: {}: {}\n", error.path(), error.what());
@@ -219,13 +217,13 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     Rights rights(settings, device.schema(), log);
     device.start();
     Datastores datastores(device.schema(), device.datastore(), device.store());
-    recover(datastores, log);
 
     SessionTable sessions(std::time(nullptr));
     Operations operations(device.schema(), datastores, sessions, rights.access(),
                           {[&device] { return device.running_tree(); },
                            [&device] { return read_state(device.module(), device.platform()); }});
     operations.set_log(log);
+    recover(datastores);
     Server server(device.schema(), operations, sessions, server_settings(settings, rights, log));
     tell(settings, rights, log);
     server.run([&] {

@@ -104,7 +104,7 @@ void Connection::serve(Channel& channel, Login login)
     FileDescriptor own(ends[0]);
     FileDescriptor theirs(ends[1]);
     RefusalQueue refusals;
-    NetconfSession session(environment_, std::move(login), refusals, std::move(theirs), is_admitted_);
+    NetconfSession session(environment_, std::move(login), refusals, std::move(theirs), stage_);
     SessionPipe pipe(environment_.schema.context(), settings_.limits.message_bytes, refusals, std::move(own));
     const SessionThread thread(session, pipe);
     try {

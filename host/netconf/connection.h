@@ -31,8 +31,7 @@ public:
     Connection& operator=(const Connection&) = delete;
 
     [[nodiscard]] bool has_ended() const { return has_ended_; }
-    // Whether its client has become one of the server's sessions.
-    [[nodiscard]] bool is_admitted() const { return is_admitted_; }
+    [[nodiscard]] SessionStage stage() const { return stage_; }
     // It is to end at once. Whoever waits for it waits no longer than for an operation that is being carried out.
     void abort() { aborts_ = true; }
 
@@ -48,7 +47,7 @@ private:
     const ServerSettings& settings_;
     RelayClock::time_point hello_deadline_;
     std::atomic<bool> aborts_ = false;
-    std::atomic<bool> is_admitted_ = false;
+    std::atomic<SessionStage> stage_ = SessionStage::newcomer;
     std::atomic<bool> has_ended_ = false;
     std::jthread thread_;
 };

@@ -38,11 +38,12 @@ void EventQueue::push(const Event& event)
     if (!wants_(event.tree.get()))
         return;
     const std::lock_guard guard(mutex_);
-    overflown_ = overflown_ || events_.size() >= capacity;
-    if (!overflown_)
+    const bool is_full = events_.size() >= capacity;
+    if (!is_full)
         events_.push_back(event);
-    if (wakes_)
-        wakes_();
+    const auto& call = is_full ? overflows_ : wakes_;
+    if (call)
+        call();
 }
 
 std::optional<Event> EventQueue::pop()
@@ -55,16 +56,11 @@ std::optional<Event> EventQueue::pop()
     return event;
 }
 
-bool EventQueue::has_overflown() const
-{
-    const std::lock_guard guard(mutex_);
-    return overflown_;
-}
-
 void EventQueue::close()
 {
     const std::lock_guard guard(mutex_);
     wakes_ = {};
+    overflows_ = {};
 }
 
 void EventStream::subscribe(const std::shared_ptr<EventQueue>& queue)

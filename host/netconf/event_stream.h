@@ -28,23 +28,23 @@ class EventQueue
 {
 public:
     // Events that wait for the client at most.
-    static constexpr std::size_t capacity = 1000;
+    static constexpr std::size_t capacity = 256;
 
     // Whether an event is for this subscriber; it must throw nothing.
     using Wants = std::function<bool(const lyd_node*)>;
 
-    // `wakes` is called when there is something new, under a lock of the queue.
-    EventQueue(Wants wants, std::optional<std::time_t> stop_time, std::function<void()> wakes)
-        : wants_(std::move(wants)), stop_time_(stop_time), wakes_(std::move(wakes))
+    // `wakes` is called when there is something new, `overflows` when an event is lost because the subscriber does not
+    // read, both under a lock of the queue.
+    EventQueue(Wants wants, std::optional<std::time_t> stop_time, std::function<void()> wakes,
+               std::function<void()> overflows)
+        : wants_(std::move(wants)), stop_time_(stop_time), wakes_(std::move(wakes)), overflows_(std::move(overflows))
     {
     }
 
     void push(const Event& event);
     // The oldest event; nullopt when there is none.
     std::optional<Event> pop();
-    // An event was lost, because the subscriber does not read.
-    [[nodiscard]] bool has_overflown() const;
-    // Nobody is woken any more.
+    // Nobody is called any more.
     void close();
 
     [[nodiscard]] std::optional<std::time_t> stop_time() const { return stop_time_; }
@@ -54,8 +54,8 @@ private:
     std::optional<std::time_t> stop_time_;
     mutable std::mutex mutex_;
     std::function<void()> wakes_;
+    std::function<void()> overflows_;
     std::deque<Event> events_;
-    bool overflown_ = false;
 };
 
 // Threads may share it.

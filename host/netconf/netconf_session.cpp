@@ -102,9 +102,9 @@ struct NetconfSession::Library {
 };
 
 NetconfSession::NetconfSession(SessionEnvironment& environment, Login login, RefusalQueue& refusals,
-                               FileDescriptor socket, std::atomic<bool>& is_admitted)
+                               FileDescriptor socket, std::atomic<SessionStage>& stage)
     : environment_(environment), login_(std::move(login)), refusals_(refusals), socket_(std::move(socket)),
-      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), library_(std::make_unique<Library>()), is_admitted_(is_admitted)
+      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), library_(std::make_unique<Library>()), stage_(stage)
 {
 }
 
@@ -140,7 +140,7 @@ bool NetconfSession::begin()
         tell(LogLevel::warning, "session-refused", {{"reason", "limit"}});
         return true;
     }
-    is_admitted_ = true;
+    stage_ = SessionStage::open;
     environment_.table.add({.id = requester_.session,
                             .user = login_.user.name,
                             .transport = login_.transport,
@@ -154,8 +154,9 @@ bool NetconfSession::begin()
 
 void NetconfSession::end()
 {
-    if (!is_admitted_)
+    if (is_refused_)
         return;
+    stage_ = SessionStage::leaving;
     environment_.open.remove(requester_.session);
     if (queue_) {
         environment_.events.unsubscribe(queue_);
@@ -191,6 +192,16 @@ void NetconfSession::kill(SessionId by)
     wake();
 }
 
+// The subscriber does not read, and the session's thread may be waiting for it.
+void NetconfSession::give_up()
+{
+    if (is_broken_.exchange(true))
+        return;
+    tell(LogLevel::warning, "subscriber-too-slow", {});
+    shutdown(socket_.get(), SHUT_RDWR);
+    wake();
+}
+
 void NetconfSession::wake()
 {
     constexpr std::uint64_t one = 1;
@@ -202,7 +213,7 @@ void NetconfSession::wake()
 
 void NetconfSession::work()
 {
-    while (killed_by_ == 0 && !environment_.stops && wait()) {
+    while (killed_by_ == 0 && !is_broken_ && !environment_.stops && wait()) {
         if (!sends_events())
             return;
     }
@@ -301,7 +312,8 @@ void NetconfSession::subscribe(const lyd_node* rpc)
                         requester = requester_](const lyd_node* event) {
         return subscription->selects(event) && operations.may_receive(requester, event);
     };
-    queue_ = std::make_shared<EventQueue>(wants, subscription->stop_time(), [this] { wake(); });
+    queue_ = std::make_shared<EventQueue>(
+        wants, subscription->stop_time(), [this] { wake(); }, [this] { give_up(); });
     nc_session_inc_notif_status(library_->session);
     environment_.events.subscribe(queue_);
 }
@@ -316,11 +328,6 @@ bool NetconfSession::sends_events()
             return false;
         if (event)
             continue;
-        if (queue_->has_overflown()) {
-            tell(LogLevel::warning, "subscriber-too-slow", {});
-            is_broken_ = true;
-            return false;
-        }
         if (!is_over)
             return true;
         environment_.events.unsubscribe(queue_);

@@ -68,13 +68,18 @@ struct Login {
     std::string source;    // the address; empty for a client of this machine
 };
 
+enum class SessionStage {
+    newcomer, // who may be anybody, and be silent
+    open,
+    leaving // its last answers are under way
+};
+
 class NetconfSession
 {
 public:
-    // `socket` is the session's end of the pipe. `is_admitted` becomes true when the client is one of the sessions of
-    // the server. Everything has to outlive the session.
+    // `socket` is the session's end of the pipe, `stage` is kept up to date. Everything has to outlive the session.
     NetconfSession(SessionEnvironment& environment, Login login, RefusalQueue& refusals, FileDescriptor socket,
-                   std::atomic<bool>& is_admitted);
+                   std::atomic<SessionStage>& stage);
     ~NetconfSession();
     NetconfSession(const NetconfSession&) = delete;
     NetconfSession& operator=(const NetconfSession&) = delete;
@@ -105,6 +110,7 @@ private:
     Reply carry_out(lyd_node* rpc);
     bool sends_events();
     bool send(const Event& event);
+    void give_up();
     void end();
     [[nodiscard]] SessionEndReason end_reason() const;
     [[nodiscard]] bool has_idled() const;
@@ -126,7 +132,7 @@ private:
     std::chrono::steady_clock::time_point last_request_{};
     bool is_refused_ = false; // there are as many sessions as may be
     bool has_idled_out_ = false;
-    std::atomic<bool>& is_admitted_;
+    std::atomic<SessionStage>& stage_;
     std::atomic<bool> is_broken_ = false;
     std::atomic<SessionId> killed_by_ = 0;
 };

@@ -74,6 +74,12 @@ Operations::Operations(const YangSchema& schema, Datastores& datastores, Session
                        Reads reads)
     : schema_(schema), datastores_(datastores), sessions_(sessions), access_(access), reads_(std::move(reads))
 {
+    datastores_.observe([this](const ConfirmedCommitEvent& event) {
+        if (events_)
+            events_->tell(event);
+        if (log_ != nullptr)
+            log_confirmed_commit(*log_, event);
+    });
 }
 
 Operations::~Operations() = default;
@@ -297,7 +303,12 @@ Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
 
 Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
 {
-    datastores_.delete_config(requester.session, read_datastore(rpc, "target"));
+    const DatastoreName target = read_datastore(rpc, "target");
+    datastores_.delete_config(requester.session, target);
+    EditOutcome outcome;
+    outcome.effect = EditOutcome::Effect::whole;
+    if (events_)
+        events_->tell(requester, target, outcome);
     return {};
 }
 
@@ -365,10 +376,6 @@ void Operations::set_events(EventStream* events, Subscribe subscribe)
 {
     events_ = events != nullptr ? std::make_unique<ChangeEvents>(schema_, *events) : nullptr;
     subscribe_ = std::move(subscribe);
-    datastores_.observe([this](const ConfirmedCommitEvent& event) {
-        if (events_)
-            events_->tell(event);
-    });
 }
 
 bool Operations::may_receive(const Requester& requester, const lyd_node* notification) const

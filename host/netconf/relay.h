@@ -29,8 +29,9 @@ public:
 
 using RelayClock = std::chrono::steady_clock;
 
-// A client that takes nothing of what it has asked for ends after this.
+// A client that takes nothing of what it has asked for ends after this, and after the end of its session sooner.
 inline constexpr std::chrono::seconds stall_limit{60};
+inline constexpr std::chrono::seconds last_stall_limit{5};
 // After which a relay looks at its flags.
 inline constexpr std::chrono::milliseconds relay_tick{200};
 
@@ -61,7 +62,7 @@ void relay(Channel& channel, SessionPipe& pipe, const std::atomic<bool>& aborts,
         }
         if (pipe.has_ended())
             return;
-        if (now - progress > stall_limit)
+        if (now - progress > (pipe.is_ending() ? last_stall_limit : stall_limit))
             throw ClientLost("the client does not read");
         if (!pipe.is_greeted() && now > hello_deadline)
             throw BadHello("the client has not said <hello> in time");

@@ -7,6 +7,7 @@
 #include <libyang/libyang.h>
 
 #include "server/callback_record.h"
+#include "server/datastores.h"
 #include "server/edit_request.h"
 #include "server/operation_names.h"
 #include "server/running_datastore.h"
@@ -66,6 +67,24 @@ std::string_view effect_word(EditOutcome::Effect effect)
         break;
     }
     return "unknown";
+}
+
+std::string_view kind_word(ConfirmedCommitEvent::Kind kind)
+{
+    using Kind = ConfirmedCommitEvent::Kind;
+    switch (kind) {
+    case Kind::started:
+        return "started";
+    case Kind::extended:
+        return "extended";
+    case Kind::confirmed:
+        return "confirmed";
+    case Kind::cancelled:
+        return "cancelled";
+    case Kind::timed_out:
+        break;
+    }
+    return "timed-out";
 }
 
 std::size_t lines_in(const CallbackRecord& record)
@@ -138,6 +157,20 @@ void log_transaction(ServerLog& log, const Requester& requester, const EditOutco
                  {"callbacks_ms", milliseconds(outcome.times.callbacks)},
                  {"store_ms", milliseconds(outcome.times.store)}});
     log.write(LogLevel::debug, "transaction", fields);
+}
+
+void log_confirmed_commit(ServerLog& log, const ConfirmedCommitEvent& event)
+{
+    LogFields fields;
+    if (event.session)
+        fields.emplace_back("session", *event.session);
+    add(fields, {{"user", event.user}, {"kind", kind_word(event.kind)}});
+    if (event.timeout.count() != 0)
+        fields.emplace_back("timeout_s", static_cast<std::int64_t>(event.timeout.count()));
+    fields.emplace_back("outcome", event.errors.empty() ? "ok" : "error");
+    if (!event.errors.empty())
+        add(fields, {{"path", event.errors.front().path()}, {"message", event.errors.front().what()}});
+    log.write(event.errors.empty() ? LogLevel::info : LogLevel::error, "confirmed-commit", fields);
 }
 
 } // namespace qnips

@@ -16,7 +16,7 @@ namespace
 {
 
 constexpr std::size_t first_guess = 1024; // bytes, doubled until an entry fits
-constexpr std::size_t largest_entry = 1024 * 1024;
+constexpr std::size_t largest_entry = 1 << 20;
 
 struct SystemUser {
     uid_t id = 0;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <libxml/parser.h>
 #include <libyang/libyang.h>
 #include <nc_server.h>
 
@@ -27,7 +28,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds tick{100}; // after which threads look whether they are to end
-// Clients that are no sessions yet. A client is one within moments, unless it is silent.
+// Clients that are no sessions yet, or not any more. That takes moments, unless they are silent.
 constexpr std::size_t most_newcomers = 32;
 // For the answers that are under way when the server ends.
 constexpr std::chrono::seconds last_answers{3};
@@ -41,6 +42,7 @@ public:
         if (nc_server_init(schema.context()) != 0)
             throw std::runtime_error("the NETCONF library cannot be started");
         install_callbacks(schema);
+        xmlInitParser(); // which the first threads to parse would do at the same time
     }
     ~Library() { nc_server_destroy(); }
     Library(const Library&) = delete;
@@ -159,7 +161,7 @@ void Server::Implementation::make_room()
 {
     std::size_t newcomers = 0;
     for (auto connection = connections_.rbegin(); connection != connections_.rend(); ++connection)
-        if (!connection->is_admitted() && !connection->has_ended() && ++newcomers >= most_newcomers)
+        if (connection->stage() != SessionStage::open && !connection->has_ended() && ++newcomers >= most_newcomers)
             connection->abort();
 }
 
@@ -179,7 +181,7 @@ void Server::Implementation::end_all()
     environment_.open.wake_all();
     const auto deadline = RelayClock::now() + last_answers;
     for (Connection& connection : connections_) {
-        while (!connection.has_ended() && connection.is_admitted() && RelayClock::now() < deadline)
+        while (!connection.has_ended() && connection.stage() != SessionStage::newcomer && RelayClock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         connection.abort();
     }

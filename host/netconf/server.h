@@ -30,12 +30,12 @@ struct SshEndpoint {
 };
 
 struct ServerLimits {
-    std::size_t sessions = 64;                    // at a time
-    std::size_t message_bytes = 64 * 1024 * 1024; // of one message of a client
-    std::chrono::seconds hello_seconds{30};       // until a client has to have said <hello>
-    std::chrono::seconds idle_seconds{0};         // 0: sessions may be idle for ever
-    std::uint16_t login_attempts = 3;             // of one connection over SSH
-    std::chrono::seconds login_seconds{30};       // for all of them
+    std::size_t sessions = 64;              // at a time
+    std::size_t message_bytes = 1 << 26;    // 64 MiB, of one message of a client
+    std::chrono::seconds hello_seconds{30}; // until a client has to have said <hello>
+    std::chrono::seconds idle_seconds{0};   // 0: sessions may be idle for ever
+    std::uint16_t login_attempts = 3;       // of one connection over SSH
+    std::chrono::seconds login_seconds{30}; // for all of them
 };
 
 struct ServerSettings {

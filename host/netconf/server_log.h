@@ -29,14 +29,14 @@ struct LogSettings {
 struct LogField {
     using Value = std::variant<std::string, std::int64_t, double>;
 
-    LogField(std::string_view name_, std::string_view value_) : name(name_), value(std::string(value_)) {}
-    LogField(std::string_view name_, const std::string& value_) : name(name_), value(value_) {}
-    LogField(std::string_view name_, const char* value_) : name(name_), value(std::string(value_)) {}
-    LogField(std::string_view name_, std::int64_t value_) : name(name_), value(value_) {}
-    LogField(std::string_view name_, std::uint32_t value_) : name(name_), value(std::int64_t{value_}) {}
-    LogField(std::string_view name_, std::size_t value_) : name(name_), value(static_cast<std::int64_t>(value_)) {}
-    LogField(std::string_view name_, int value_) : name(name_), value(std::int64_t{value_}) {}
-    LogField(std::string_view name_, double value_) : name(name_), value(value_) {}
+    LogField(std::string_view title, std::string_view content) : name(title), value(std::string(content)) {}
+    LogField(std::string_view title, const std::string& content) : name(title), value(content) {}
+    LogField(std::string_view title, const char* content) : name(title), value(std::string(content)) {}
+    LogField(std::string_view title, std::int64_t content) : name(title), value(content) {}
+    LogField(std::string_view title, std::uint32_t content) : name(title), value(std::int64_t{content}) {}
+    LogField(std::string_view title, std::size_t content) : name(title), value(static_cast<std::int64_t>(content)) {}
+    LogField(std::string_view title, int content) : name(title), value(std::int64_t{content}) {}
+    LogField(std::string_view title, double content) : name(title), value(content) {}
 
     std::string_view name; // a literal
     Value value;

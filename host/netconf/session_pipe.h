@@ -73,7 +73,9 @@ public:
 
     // Whether the client has said a <hello>.
     [[nodiscard]] bool is_greeted() const { return framing_.has_value(); }
-    // The session has ended, and everything is sent.
+    // The session has ended.
+    [[nodiscard]] bool is_ending() const { return server_ended_; }
+    // The same, and everything is sent.
     [[nodiscard]] bool has_ended() const { return server_ended_ && to_client_.empty(); }
 
     // What to wait for at the session's side, as for poll(2), and at which descriptor: -1 for nothing.

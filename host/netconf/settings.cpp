@@ -1,5 +1,6 @@
 #include "netconf/settings.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <fstream>
@@ -165,10 +166,9 @@ constexpr Row rows[] = {
 
 bool is_section(std::string_view key)
 {
-    for (const Row& row : rows)
-        if (row.key.starts_with(key) && row.key.substr(key.size()).starts_with('.'))
-            return true;
-    return false;
+    return std::ranges::any_of(rows, [key](const Row& row) {
+        return row.key.starts_with(key) && row.key.substr(key.size()).starts_with('.');
+    });
 }
 
 void read(const Setting& setting, ServeSettings& settings)

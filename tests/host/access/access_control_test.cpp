@@ -1,6 +1,10 @@
 // The counters, the recovery session, and rules that are exchanged while the server runs.
 #include "access/access_control.h"
 
+#include <atomic>
+#include <cstddef>
+#include <thread>
+
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -99,6 +103,28 @@ TEST(AccessControl, FollowsNewRulesAtOnceAndCountsOn)
     control.use(AccessRules());
     EXPECT_THROW(write(control, ann), RpcError);
     EXPECT_EQ(control.counters().denied_data_writes, 2U);
+}
+
+// Each answer is that of the old rules or of the new ones: with either, one of the two is permitted.
+TEST(AccessControl, AnswersWhileRulesAreExchanged)
+{
+    AccessControl control;
+    const AccessUser ann = user("ann");
+    const lysc_node* erase = top_node("access-test:erase");
+    std::atomic<bool> goes_on = true;
+    std::jthread exchange([&] {
+        while (goes_on) {
+            control.use(staff_only(rule("", "*", "permit")));
+            control.use(AccessRules());
+        }
+    });
+    std::size_t permitted = 0;
+    for (int i = 0; i < 2000; ++i) {
+        permitted += control.may_execute(ann, erase) ? 1U : 0U;
+        EXPECT_EQ(lines_of(control.readable(ann, tree_of("<device><name>x</name></device>")).get()).size(), 1U);
+    }
+    goes_on = false;
+    EXPECT_EQ(control.counters().denied_operations, 2000U - permitted);
 }
 
 } // namespace

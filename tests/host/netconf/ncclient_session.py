@@ -125,6 +125,17 @@ def locks(session):
     expect(session.unlock("running").ok, True)
 
 
+def notifications():
+    """Told of what another session does."""
+    with with_key() as listener, with_password() as editor:
+        expect(listener.create_subscription().ok, True)
+        editor.edit_config(target="running", config=profile("fourth"))
+        texts = [listener.take_notification(timeout=30).notification_xml for _ in range(1)]
+        assert "netconf-config-change" in texts[0] and "bob" in texts[0], texts
+        expect(description(listener), "fourth")
+        editor.edit_config(target="running", config=profile("second"))
+
+
 def schemas(session):
     text = session.get_schema("quorin-intrusion-prevention").data
     assert text.startswith("module quorin-intrusion-prevention {"), text[:80]
@@ -141,6 +152,7 @@ def main():
         errors(session)
         locks(session)
         schemas(session)
+        notifications()
         session.dispatch(to_ele(f'<discard-changes xmlns="{BASE}"/>'))
     print("done")
 

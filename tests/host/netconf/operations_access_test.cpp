@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <libyang/libyang.h>
 
 #include "host/store/temporary_folder.h"
 #include "netconf/access_file.h"
@@ -321,6 +322,32 @@ TEST(OperationsAccess, TheRulesAreReadInEveryDatastoreByWhoMay)
               "<denied-notifications>0</denied-notifications>" +
                   rules + "</nacm>");
     EXPECT_EQ(server.call_as(root, get_config("running")), "<nacm>" + rules + "</nacm>");
+}
+
+// ------------------------------------------------------------------------------------------------ notifications --
+
+TEST(OperationsAccess, WhoMayNotReadANotificationIsNotTold)
+{
+    const auto notification = [](const char* path) {
+        lyd_node* tree = nullptr;
+        lyd_new_path(nullptr, netconf_world().schema.context(), path, nullptr, 0, &tree);
+        return TreePtr(tree);
+    };
+    const TreePtr change = notification("/ietf-netconf-notifications:netconf-config-change");
+    const TreePtr start = notification("/ietf-netconf-notifications:netconf-session-start");
+    NetconfServer server;
+    use_rules(server,
+              staff("<rule><name>no-sessions</name><module-name>ietf-netconf-notifications</module-name>"
+                    "<notification-name>netconf-session-start</notification-name><action>deny</action></rule>"));
+    struct Case {
+        const AccessUser& user;
+        const TreePtr& event;
+        bool told;
+    };
+    for (const Case& one :
+         {Case{guest, change, true}, Case{guest, start, false}, Case{stranger, start, true}, Case{root, start, true}})
+        EXPECT_EQ(server.operations().may_receive({1, one.user}, one.event.get()), one.told) << one.user.name;
+    EXPECT_EQ(server.access().counters().denied_notifications, 1U);
 }
 
 // --------------------------------------------------------------------------------------------------- rule files --

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -90,15 +91,29 @@ int ServeProcess::stop()
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-RawClient::RawClient(const std::filesystem::path& socket) : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+std::size_t ServeProcess::peak_memory() const
+{
+    std::ifstream status(fmt::format("/proc/{}/status", id_));
+    const std::string label = "VmHWM:";
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(label))
+            return std::stoul(line.substr(label.size())) * 1024;
+    throw std::runtime_error("the system does not tell how much memory the server has");
+}
+
+RawClient::RawClient(const std::filesystem::path& socket, Greeting greeting)
+    : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), is_chunked_(greeting == Greeting::present)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, socket.c_str(), sizeof address.sun_path - 1);
     if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         throw std::runtime_error(fmt::format("no connection to {}: {}", socket.string(), strerror(errno)));
-    send_bytes("<hello xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\"><capabilities>"
-               "<capability>urn:ietf:params:netconf:base:1.1</capability></capabilities></hello>]]>]]>");
+    if (greeting != Greeting::none)
+        send_bytes(fmt::format("<hello xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\"><capabilities>"
+                               "<capability>urn:ietf:params:netconf:base:1.{}</capability></capabilities></hello>"
+                               "]]>]]>",
+                               is_chunked_ ? 1 : 0));
     hello_ = take_to(end_of_hello);
 }
 
@@ -131,8 +146,21 @@ std::string RawClient::call(const std::string& operation)
     return reply.substr(open.size(), reply.size() - open.size() - close.size());
 }
 
+std::string RawClient::answer_to(std::string_view message)
+{
+    send(message);
+    return receive();
+}
+
+void RawClient::close_half() const
+{
+    shutdown(socket_, SHUT_WR);
+}
+
 void RawClient::send(std::string_view message, std::size_t chunk) const
 {
+    if (!is_chunked_)
+        return send_bytes(fmt::format("{}{}", message, end_of_hello));
     std::string framed;
     for (; !message.empty(); message.remove_prefix(std::min(chunk, message.size()))) {
         const std::string_view part = message.substr(0, chunk);
@@ -187,6 +215,8 @@ std::string RawClient::take_to(std::string_view end)
 std::string RawClient::receive()
 {
     std::string message;
+    if (!is_chunked_)
+        return take_to(end_of_hello);
     while (true) {
         if (take(2) != "\n#")
             return {};

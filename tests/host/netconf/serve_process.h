@@ -21,6 +21,9 @@ public:
     ServeProcess(const ServeProcess&) = delete;
     ServeProcess& operator=(const ServeProcess&) = delete;
 
+    // The most memory that it has had, in bytes.
+    [[nodiscard]] std::size_t peak_memory() const;
+
     // Asks it to read again what it reads anew while it runs.
     void reload() const;
 
@@ -38,8 +41,12 @@ private:
 class RawClient
 {
 public:
-    // Connects and exchanges <hello>; afterwards messages are chunked (RFC 6242, 4.2). Throws std::runtime_error.
-    explicit RawClient(const std::filesystem::path& socket);
+    // How it begins: with a <hello> of NETCONF 1.1, after which messages are chunked (RFC 6242, 4.2), with one of
+    // NETCONF 1.0, after which they end with a mark (4.3), or not at all.
+    enum class Greeting { present, old, none };
+
+    // Connects and reads the server's <hello>. Throws std::runtime_error.
+    explicit RawClient(const std::filesystem::path& socket, Greeting greeting = Greeting::present);
     ~RawClient();
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
@@ -49,13 +56,17 @@ public:
 
     // The reply to an operation, what stands in <rpc-reply>; "" when the server has closed the session.
     std::string call(const std::string& operation);
-    // Sends a message, in chunks of this size.
+    // Sends a message, of NETCONF 1.1 in chunks of this size.
     void send(std::string_view message, std::size_t chunk = 65536) const;
     void send_bytes(std::string_view bytes) const;
     // The next message; "" when the server has closed the session. Throws std::runtime_error after half a minute.
     std::string receive();
+    // What the server answers to a whole message.
+    std::string answer_to(std::string_view message);
     // Ends the session without saying so.
     void hang_up();
+    // Sends no more, and can still receive.
+    void close_half() const;
 
 private:
     bool read_more();
@@ -63,6 +74,7 @@ private:
     std::string take_to(std::string_view end);
 
     int socket_ = -1;
+    bool is_chunked_ = false;
     std::string unread_;
     std::string hello_;
 };

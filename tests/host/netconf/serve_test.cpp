@@ -94,6 +94,40 @@ TEST_F(Serve, TellsErrorsWithTheirPlace)
     EXPECT_THAT(client.call("<copy-config/>"), HasSubstr("<error-tag>missing-element</error-tag>"));
 }
 
+// A profile with a signature set of a category.
+std::string selecting(const std::string& name, const std::string& category)
+{
+    return profile(name,
+                   fmt::format("<signature-sets><signature-set><name>set</name><signature-set-action><action>alert"
+                               "</action></signature-set-action><category><all-category>false</all-category>"
+                               "<specifed-category><name>{}</name><all-sub-category>true</all-sub-category>"
+                               "</specifed-category></category></signature-set></signature-sets>",
+                               category));
+}
+
+TEST_F(Serve, TellsEveryErrorOfAnEditWithWhatTheDeviceSaid)
+{
+    start();
+    RawClient client(socket());
+    const std::string reply = client.call(
+        edit("running",
+             config_with(selecting("one", "Nothing") + selecting("two", "Injection") + selecting("three", "Nowhere")),
+             "<error-option>continue-on-error</error-option>"));
+    std::vector<std::string> errors;
+    for (std::size_t at = reply.find("<rpc-error>"); at != std::string::npos; at = reply.find("<rpc-error>", at + 1))
+        errors.push_back(reply.substr(at, reply.find("</rpc-error>", at) - at));
+    const auto refused = [](const std::string& name, const std::string& category) {
+        return AllOf(
+            HasSubstr(fmt::format("qn-ips:profile[qn-ips:name='{}']", name)),
+            HasSubstr("<platform-error xmlns=\"urn:quorin:params:xml:ns:netconf:platform-error:1.0\"><code>24<"),
+            HasSubstr(fmt::format("<command>category {}</command><view>", category)));
+    };
+    EXPECT_THAT(errors, testing::ElementsAre(refused("one", "Nothing"), refused("three", "Nowhere")));
+    const std::string running = client.call(get_config("running"));
+    EXPECT_THAT(running, AllOf(HasSubstr("<name>Injection</name>"), Not(HasSubstr("<name>Nothing</name>")),
+                               Not(HasSubstr("<name>Nowhere</name>"))));
+}
+
 // RFC 6243, 6: the attribute has a namespace of its own.
 TEST_F(Serve, TagsDefaults)
 {

@@ -1,6 +1,7 @@
 // The lines of the log.
 #include "netconf/server_log.h"
 
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -144,6 +145,17 @@ TEST_F(RequestLog, TellsWhoDidWhatAndHow)
         EXPECT_THAT(text.substr(text.rfind("level=", text.rfind("event=request"))),
                     MatchesRegex("level=" + one.line + time));
     }
+}
+
+TEST_F(RequestLog, TellsWhatBecomesOfAConfirmedCommit)
+{
+    server_.call(edit("candidate", config_with(web)));
+    EXPECT_THAT(told(LogLevel::info, "<commit><confirmed/><confirm-timeout>5</confirm-timeout></commit>"),
+                HasSubstr(" event=confirmed-commit session=1 user=user1 kind=started timeout_s=5 outcome=ok\n"));
+    ServerLog log({LogLevel::info, LogFormat::text, file_});
+    server_.operations().set_log(log);
+    server_.wait(std::chrono::seconds(6));
+    EXPECT_THAT(content_of(file_), HasSubstr(" event=confirmed-commit user=user1 kind=timed-out outcome=ok\n"));
 }
 
 TEST_F(RequestLog, TellsReadsAtDebugOnly)

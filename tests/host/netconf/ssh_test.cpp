@@ -1,13 +1,19 @@
-// The server over SSH, as ncclient meets it.
+// The server over SSH, as ncclient and OpenSSH meet it, and clients who are up to no good.
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "host/store/temporary_folder.h"
+#include "netconf/file_descriptor.h"
 #include "serve_process.h"
 #include "ssh_client.h"
 
@@ -50,6 +56,103 @@ TEST_F(Ssh, ServesNcclient)
     EXPECT_EQ(client.status, 0) << client.text;
     EXPECT_EQ(client.text, "done\n");
     EXPECT_EQ(server.stop(), 0);
+}
+
+// OpenSSH sends what it is given and then no more; it prints what the server answers.
+std::string openssh(std::uint16_t port, const std::string& key, const std::string& more = "")
+{
+    return fmt::format(
+        "ssh -q -p {} -i {} -o BatchMode=yes -o StrictHostKeyChecking=no -o UserKnownHostsFile=/dev/null "
+        "-o IdentitiesOnly=yes {} ada@127.0.0.1 -s netconf",
+        port, key, more);
+}
+
+const std::string old_hello = "<hello xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\"><capabilities><capability>"
+                              "urn:ietf:params:netconf:base:1.0</capability></capabilities></hello>]]>]]>\n";
+
+std::string old_request(const std::string& content)
+{
+    return fmt::format("<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" message-id=\"5\">{}</rpc>]]>]]>\n",
+                       content);
+}
+
+TEST_F(Ssh, AnswersAClientThatHasSentItsLast)
+{
+    const ServeProcess server(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)});
+    write_file(folder_.file("messages"), old_hello +
+                                             old_request("<get-config><source><running/></source></get-config>") +
+                                             old_request("<none/>"));
+    const Said said = shell(fmt::format("{} <{}", openssh(port_, key_), folder_.file("messages")));
+    EXPECT_EQ(said.status, 0) << said.text;
+    EXPECT_THAT(said.text, testing::AllOf(testing::HasSubstr("<data"), testing::HasSubstr("operation-not-supported")));
+}
+
+TEST_F(Ssh, HasNothingButNetconf)
+{
+    const ServeProcess server(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)});
+    const std::string netconf = openssh(port_, key_);
+    const std::string ssh = netconf.substr(0, netconf.find(" -s netconf"));
+    for (const std::string& command : {ssh + " id", ssh + " -s sftp", ssh + " -tt",
+                                       ssh + " -N -L 0:127.0.0.1:22 -o "
+                                             "ExitOnForwardFailure=yes -W x:1"}) {
+        const Said said = shell("timeout 20 " + command + " </dev/null");
+        EXPECT_NE(said.status, 0) << command << said.text;
+    }
+}
+
+FileDescriptor connected_to(std::uint16_t port)
+{
+    FileDescriptor connection(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        throw std::runtime_error("no connection");
+    return connection;
+}
+
+// Neither those that say nothing, nor those that begin and stop.
+TEST_F(Ssh, LetsSilentClientsKeepNobodyOut)
+{
+    ServeProcess server(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)});
+    std::vector<FileDescriptor> silent;
+    for (int i = 0; i < 60; ++i) {
+        silent.push_back(connected_to(port_));
+        const std::string_view begin = "SSH-2.0-slow\r\n";
+        if (i % 2 == 0) {
+            ASSERT_EQ(send(silent.back().get(), begin.data(), begin.size(), MSG_NOSIGNAL), begin.size());
+        }
+    }
+    write_file(folder_.file("messages"),
+               old_hello + old_request("<get-config><source><running/></source></get-config>"));
+    const Said said = shell(fmt::format("{} <{}", openssh(port_, key_), folder_.file("messages")));
+    EXPECT_THAT(said.text, testing::HasSubstr("<data"));
+    EXPECT_EQ(server.stop(), 0);
+}
+
+// What a client sends too much is not kept, and what it does not read is not written.
+TEST_F(Ssh, KeepsLittleForAClientThatOverdoesIt)
+{
+    write_file(folder_.file("settings"), "[limits]\nmessage-size = 65536\n");
+    const ServeProcess server(state_,
+                              {"--ssh", fmt::format("127.0.0.1:{}", port_), "--config", folder_.file("settings")});
+    constexpr std::size_t megabyte = 1024 * 1024;
+    const std::size_t before = server.peak_memory();
+    write_file(folder_.file("begin"), old_hello + "<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
+                                                  "message-id=\"5\"><get>");
+    write_file(folder_.file("end"), "]]>]]>" + old_request("<none/>"));
+    const Said said = shell(fmt::format("(cat {0}; head -c 100000000 /dev/zero | tr '\\0' ' '; cat {1}) | {2}",
+                                        folder_.file("begin"), folder_.file("end"), openssh(port_, key_)));
+    EXPECT_THAT(said.text, testing::AllOf(testing::HasSubstr("<error-tag>too-big</error-tag>"),
+                                          testing::HasSubstr("operation-not-supported")));
+    std::string many = old_hello;
+    for (int i = 0; i < 2000; ++i)
+        many += old_request("<get-schema xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring\"><identifier>"
+                            "quorin-intrusion-prevention</identifier></get-schema>"); // 200 MB of answers
+    write_file(folder_.file("many"), many);
+    shell(fmt::format("timeout 5 {} <{} | sleep 4", openssh(port_, key_), folder_.file("many")));
+    EXPECT_LT(server.peak_memory() - before, 80 * megabyte);
 }
 
 TEST_F(Ssh, KeepsItsHostKey)

@@ -1,6 +1,8 @@
 // Who may log in.
 #include "netconf/users.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -11,6 +13,7 @@
 
 #include "host/store/temporary_folder.h"
 #include "netconf/host_key.h"
+#include "netconf/requester.h"
 
 namespace qnips::test
 {
@@ -86,6 +89,18 @@ TEST(Users, AreNotReadFromAFileThatOthersCanWrite)
         std::filesystem::permissions(file, perms::owner_read | perms::owner_write | open);
         EXPECT_THROW(Users::load(file), std::runtime_error);
     }
+}
+
+TEST(LocalUser, IsTheAdministratorWhenItIsRootOrTheServersUser)
+{
+    EXPECT_TRUE(local_user("root").is_recovery);
+    EXPECT_THAT(local_user("root").groups, testing::Contains("root"));
+    EXPECT_EQ(local_user("nobody").is_recovery, geteuid() == 65534);
+    EXPECT_THAT(local_user("nobody").groups, testing::Contains("nogroup"));
+    const AccessUser unknown = local_user("no such user");
+    EXPECT_EQ(unknown.name, "no such user");
+    EXPECT_FALSE(unknown.is_recovery);
+    EXPECT_THAT(unknown.groups, testing::IsEmpty());
 }
 
 TEST(HostKey, IsMadeOnceForItsOwnerAlone)
