@@ -65,7 +65,7 @@ void relay(Channel& channel, SessionPipe& pipe, const std::atomic<bool>& aborts,
         if (now - progress > (pipe.is_ending() ? last_stall_limit : stall_limit))
             throw ClientLost("the client does not read");
         if (!pipe.is_greeted() && now > hello_deadline)
-            throw BadHello("the client has not said <hello> in time");
+            throw ClientLost("the client has not said <hello> in time");
         channel.wait(pipe.wants_input(), !pipe.output().empty(), {pipe.descriptor(), pipe.events(), 0}, relay_tick);
     }
 }

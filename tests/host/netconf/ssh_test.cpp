@@ -117,7 +117,7 @@ TEST_F(Ssh, LetsSilentClientsKeepNobodyOut)
 {
     ServeProcess server(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)});
     std::vector<FileDescriptor> silent;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 100; ++i) {
         silent.push_back(connected_to(port_));
         const std::string_view begin = "SSH-2.0-slow\r\n";
         if (i % 2 == 0) {
