@@ -95,8 +95,8 @@ private:
     SessionEnvironment environment_;
     Library library_;
     std::vector<Listener> listeners_;
-    std::mutex mutex_; // of the connections
-    std::list<Connection> connections_;
+    std::mutex mutex_;                  // of the connections
+    std::list<Connection> connections_; // the latest first
 };
 
 Server::Implementation::Implementation(const YangSchema& schema, Operations& operations, SessionTable& sessions,
@@ -164,7 +164,7 @@ void Server::Implementation::accept_client_of(const Listener& listener)
         make_room();
         Accepted client = accept_client(listener.socket);
         if (client.socket.get() >= 0)
-            connections_.emplace_back(environment_, settings_, listener.transport, std::move(client));
+            connections_.emplace_front(environment_, settings_, listener.transport, std::move(client));
         else if (errno == EMFILE || errno == ENFILE)
             std::this_thread::sleep_for(tick);
     } catch (const std::exception& error) { // no memory, no more threads
@@ -179,9 +179,9 @@ void Server::Implementation::make_room()
 {
     const std::size_t most = std::max(fewest_newcomers, settings_.limits.sessions);
     std::size_t newcomers = 0;
-    for (auto connection = connections_.rbegin(); connection != connections_.rend(); ++connection)
-        if (connection->stage() != SessionStage::open && !connection->has_ended() && ++newcomers >= most)
-            connection->abort();
+    for (Connection& connection : connections_)
+        if (connection.stage() != SessionStage::open && !connection.has_ended() && ++newcomers >= most)
+            connection.abort();
 }
 
 void Server::Implementation::forget_ended()
