@@ -152,7 +152,9 @@ TEST_F(Ssh, KeepsLittleForAClientThatOverdoesIt)
                             "quorin-intrusion-prevention</identifier></get-schema>"); // 200 MB of answers
     write_file(folder_.file("many"), many);
     shell(fmt::format("timeout 5 {} <{} | sleep 4", openssh(port_, key_), folder_.file("many")));
-    EXPECT_LT(server.peak_memory() - before, 80 * megabyte);
+    if (memory_tells) {
+        EXPECT_LT(server.peak_memory() - before, 80 * megabyte);
+    }
 }
 
 TEST_F(Ssh, KeepsItsHostKey)
