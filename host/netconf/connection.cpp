@@ -60,7 +60,7 @@ void Connection::run(Transport transport, Accepted client)
     has_ended_ = true;
 }
 
-void Connection::tell(std::string_view event, const std::string& source, const std::string& reason)
+void Connection::tell(std::string_view event, const std::string& source, const std::string& reason) const
 {
     if (environment_.log != nullptr)
         environment_.log->write(LogLevel::info, event, {{"source", source}, {"reason", reason}});

@@ -41,7 +41,7 @@ private:
     void serve_ssh(Accepted client);
     template <class Channel>
     void serve(Channel& channel, Login login);
-    void tell(std::string_view event, const std::string& source, const std::string& reason);
+    void tell(std::string_view event, const std::string& source, const std::string& reason) const;
 
     SessionEnvironment& environment_;
     const ServerSettings& settings_;

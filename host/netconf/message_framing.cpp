@@ -35,8 +35,17 @@ Message MessageReader::take()
     return std::exchange(message_, {});
 }
 
-void MessageReader::keep(std::string_view bytes)
+void MessageReader::add(std::string_view bytes)
 {
+    raw_.erase(0, std::exchange(at_, 0));
+    raw_.append(bytes);
+}
+
+// As a part of the message.
+void MessageReader::keep(std::size_t size)
+{
+    const std::string_view bytes = rest().substr(0, size);
+    at_ += bytes.size();
     if (!message_.is_too_long && message_.text.size() + bytes.size() > limit_) {
         message_.is_too_long = true;
         message_.text.append(bytes.substr(0, std::min(bytes.size(), kept_beginning)));
@@ -51,33 +60,29 @@ bool MessageReader::next_by_end()
 {
     // Some clients end the line after the mark, and an XML declaration must not follow white space.
     if (message_.text.empty() && !message_.is_too_long)
-        raw_.erase(0, raw_.find_first_not_of(" \t\r\n"));
-    const std::size_t at = raw_.find(end_mark);
-    if (at != std::string::npos) {
-        keep(std::string_view(raw_).substr(0, at));
-        raw_.erase(0, at + end_mark.size());
+        at_ += std::min(rest().find_first_not_of(" \t\r\n"), rest().size());
+    const std::size_t end = rest().find(end_mark);
+    if (end != std::string_view::npos) {
+        keep(end);
+        at_ += end_mark.size();
         return true;
     }
     // The mark may have begun.
-    const std::size_t certain = raw_.size() - std::min(raw_.size(), end_mark.size() - 1);
-    keep(std::string_view(raw_).substr(0, certain));
-    raw_.erase(0, certain);
+    keep(rest().size() - std::min(rest().size(), end_mark.size() - 1));
     return false;
 }
 
 bool MessageReader::next_by_chunks()
 {
     while (true) {
-        const std::size_t size = std::min(chunk_, raw_.size());
-        keep(std::string_view(raw_).substr(0, size));
-        raw_.erase(0, size);
+        const std::size_t size = std::min(chunk_, rest().size());
+        keep(size);
         chunk_ -= size;
         if (chunk_ != 0)
             return false;
         // A client by hand ends lines between its messages.
-        if (!has_chunks_)
-            while (raw_.starts_with("\n\n"))
-                raw_.erase(0, 1);
+        while (!has_chunks_ && rest().starts_with("\n\n"))
+            ++at_;
         const auto length = header_length();
         if (!length)
             return false;
@@ -89,7 +94,7 @@ bool MessageReader::next_by_chunks()
 // Of what stands before the next chunk; nullopt when it is not complete.
 std::optional<std::size_t> MessageReader::header_length() const
 {
-    const std::string_view header = std::string_view(raw_).substr(0, longest_header);
+    const std::string_view header = rest().substr(0, longest_header);
     if (!header.starts_with(chunk_mark.substr(0, header.size())))
         throw FramingError("what should be a chunk does not begin as one");
     if (header.size() <= chunk_mark.size())
@@ -105,8 +110,8 @@ std::optional<std::size_t> MessageReader::header_length() const
 // True for the one that ends the message.
 bool MessageReader::read_header(std::size_t length)
 {
-    const std::string header = raw_.substr(0, length);
-    raw_.erase(0, length);
+    const std::string_view header = rest().substr(0, length);
+    at_ += length;
     if (header == end_of_chunks) {
         if (!has_chunks_)
             throw FramingError("a message has no chunk");

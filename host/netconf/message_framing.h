@@ -39,7 +39,7 @@ public:
     void set_framing(Framing framing) { framing_ = framing; }
 
     // Bytes from the client. next() is to be asked for all messages before more bytes are added.
-    void add(std::string_view bytes) { raw_.append(bytes); }
+    void add(std::string_view bytes);
 
     // The next message that is complete; nullopt when more bytes are needed. Throws FramingError.
     std::optional<Message> next();
@@ -49,12 +49,14 @@ private:
     bool next_by_chunks();
     std::optional<std::size_t> header_length() const;
     bool read_header(std::size_t length);
-    void keep(std::string_view bytes);
+    void keep(std::size_t size);
+    [[nodiscard]] std::string_view rest() const { return std::string_view(raw_).substr(at_); }
     Message take();
 
     std::size_t limit_;
     Framing framing_ = Framing::end_of_message;
     std::string raw_;
+    std::size_t at_ = 0; // what of it is read
     Message message_;
     std::size_t chunk_ = 0; // what is missing of the current chunk
     bool has_chunks_ = false;

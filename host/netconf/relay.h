@@ -35,6 +35,33 @@ inline constexpr std::chrono::seconds last_stall_limit{5};
 // After which a relay looks at its flags.
 inline constexpr std::chrono::milliseconds relay_tick{200};
 
+// What the client has sent, as far as there is room.
+template <class Channel>
+void fill(Channel& channel, SessionPipe& pipe, std::span<char> buffer)
+{
+    if (!pipe.wants_input())
+        return;
+    if (const auto count = channel.read(buffer))
+        pipe.take(std::string_view(buffer.data(), *count));
+    else
+        pipe.end_input();
+}
+
+// What the session has for the client, as far as the client takes it. False when it takes nothing of what there is.
+template <class Channel>
+bool drain(Channel& channel, SessionPipe& pipe)
+{
+    bool has_moved = pipe.output().empty();
+    while (!pipe.output().empty()) {
+        const std::size_t count = channel.write(pipe.output());
+        if (count == 0)
+            break;
+        pipe.sent(count);
+        has_moved = true;
+    }
+    return has_moved;
+}
+
 // Returns when the session has ended; throws ClientLost or SessionBroken when the client has ended it. `aborts` ends it
 // at once.
 template <class Channel>
@@ -43,29 +70,17 @@ void relay(Channel& channel, SessionPipe& pipe, const std::atomic<bool>& aborts,
     std::array<char, 65536> buffer{};
     RelayClock::time_point progress = RelayClock::now();
     while (!aborts) {
-        if (pipe.wants_input()) {
-            if (const auto count = channel.read(buffer); !count)
-                pipe.end_input();
-            else
-                pipe.take(std::string_view(buffer.data(), *count));
-        }
+        fill(channel, pipe, buffer);
         pipe.exchange();
         const RelayClock::time_point now = RelayClock::now();
-        if (pipe.output().empty())
+        if (drain(channel, pipe))
             progress = now;
-        while (!pipe.output().empty()) {
-            const std::size_t count = channel.write(pipe.output());
-            if (count == 0)
-                break;
-            pipe.sent(count);
-            progress = now;
-        }
         if (pipe.has_ended())
             return;
         if (now - progress > (pipe.is_ending() ? last_stall_limit : stall_limit))
             throw ClientLost("the client does not read");
         if (!pipe.is_greeted() && now > hello_deadline)
-            throw BadHello("the client has not said <hello> in time");
+            throw ClientLost("the client has not said <hello> in time");
         channel.wait(pipe.wants_input(), !pipe.output().empty(), {pipe.descriptor(), pipe.events(), 0}, relay_tick);
     }
 }

@@ -3,7 +3,10 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <list>
 #include <stdexcept>
 #include <system_error>
@@ -28,8 +31,9 @@ namespace
 {
 
 constexpr std::chrono::milliseconds tick{100}; // after which threads look whether they are to end
-// Clients that are no sessions yet, or not any more. That takes moments, unless they are silent.
-constexpr std::size_t most_newcomers = 32;
+// Clients that are no sessions yet, or not any more, can be as many as sessions and this at least. They are that for
+// moments, unless they are silent.
+constexpr std::size_t fewest_newcomers = 32;
 // For the answers that are under way when the server ends.
 constexpr std::chrono::seconds last_answers{3};
 
@@ -81,6 +85,7 @@ public:
 private:
     void set_capabilities();
     void accept_clients();
+    void accept_client_of(const Listener& listener);
     void make_room();
     void forget_ended();
     void end_all();
@@ -90,8 +95,8 @@ private:
     SessionEnvironment environment_;
     Library library_;
     std::vector<Listener> listeners_;
-    std::mutex mutex_; // of the connections
-    std::list<Connection> connections_;
+    std::mutex mutex_;                  // of the connections
+    std::list<Connection> connections_; // the latest first
 };
 
 Server::Implementation::Implementation(const YangSchema& schema, Operations& operations, SessionTable& sessions,
@@ -126,6 +131,8 @@ Server::Implementation::~Implementation()
 
 void Server::Implementation::set_capabilities()
 {
+    // The pipe ends a client that says no <hello>; the library may not be sooner.
+    nc_server_set_hello_timeout(std::numeric_limits<std::uint16_t>::max());
     nc_server_set_capab_withdefaults(NC_WD_EXPLICIT, NC_WD_ALL | NC_WD_ALL_TAG | NC_WD_TRIM | NC_WD_EXPLICIT);
     for (const char* capability :
          {"urn:ietf:params:netconf:capability:notification:1.0", "urn:ietf:params:netconf:capability:interleave:1.0"})
@@ -145,24 +152,36 @@ void Server::Implementation::accept_clients()
         for (std::size_t i = 0; i < places.size(); ++i) {
             if (places[i].revents == 0)
                 continue;
-            const std::lock_guard guard(mutex_);
-            make_room();
-            Accepted client = accept_client(listeners_[i].socket);
-            if (client.socket.get() >= 0)
-                connections_.emplace_back(environment_, settings_, listeners_[i].transport, std::move(client));
-            else if (errno == EMFILE || errno == ENFILE)
-                std::this_thread::sleep_for(tick);
+            accept_client_of(listeners_[i]);
         }
+    }
+}
+
+void Server::Implementation::accept_client_of(const Listener& listener)
+{
+    try {
+        const std::lock_guard guard(mutex_);
+        make_room();
+        Accepted client = accept_client(listener.socket);
+        if (client.socket.get() >= 0)
+            connections_.emplace_front(environment_, settings_, listener.transport, std::move(client));
+        else if (errno == EMFILE || errno == ENFILE)
+            std::this_thread::sleep_for(tick);
+    } catch (const std::exception& error) { // no memory, no more threads
+        if (settings_.log != nullptr)
+            settings_.log->write(LogLevel::error, "client-refused", {{"reason", error.what()}});
+        std::this_thread::sleep_for(tick);
     }
 }
 
 // Newcomers that have waited longest go, so that silent ones keep nobody out.
 void Server::Implementation::make_room()
 {
+    const std::size_t most = std::max(fewest_newcomers, settings_.limits.sessions);
     std::size_t newcomers = 0;
-    for (auto connection = connections_.rbegin(); connection != connections_.rend(); ++connection)
-        if (connection->stage() != SessionStage::open && !connection->has_ended() && ++newcomers >= most_newcomers)
-            connection->abort();
+    for (Connection& connection : connections_)
+        if (connection.stage() != SessionStage::open && !connection.has_ended() && ++newcomers >= most)
+            connection.abort();
 }
 
 void Server::Implementation::forget_ended()

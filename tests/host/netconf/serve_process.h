@@ -11,6 +11,15 @@
 namespace qnips::test
 {
 
+// Whether the program's memory is its own: a sanitizer keeps what is freed for a while.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool memory_tells = false;
+#elif defined(__has_feature)
+inline constexpr bool memory_tells = !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer);
+#else
+inline constexpr bool memory_tells = true;
+#endif
+
 class ServeProcess
 {
 public:

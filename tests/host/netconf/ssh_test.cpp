@@ -117,7 +117,7 @@ TEST_F(Ssh, LetsSilentClientsKeepNobodyOut)
 {
     ServeProcess server(state_, {"--ssh", fmt::format("127.0.0.1:{}", port_)});
     std::vector<FileDescriptor> silent;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 100; ++i) {
         silent.push_back(connected_to(port_));
         const std::string_view begin = "SSH-2.0-slow\r\n";
         if (i % 2 == 0) {
@@ -152,7 +152,9 @@ TEST_F(Ssh, KeepsLittleForAClientThatOverdoesIt)
                             "quorin-intrusion-prevention</identifier></get-schema>"); // 200 MB of answers
     write_file(folder_.file("many"), many);
     shell(fmt::format("timeout 5 {} <{} | sleep 4", openssh(port_, key_), folder_.file("many")));
-    EXPECT_LT(server.peak_memory() - before, 80 * megabyte);
+    if (memory_tells) {
+        EXPECT_LT(server.peak_memory() - before, 80 * megabyte);
+    }
 }
 
 TEST_F(Ssh, KeepsItsHostKey)
