@@ -43,6 +43,7 @@ ServeProcess::ServeProcess(const std::filesystem::path& state, const std::vector
     std::vector<std::string> words = {"qn-ips", "serve", "--state", state.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers; // ends with a null
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
@@ -138,7 +139,7 @@ std::string RawClient::session_id() const
 std::string RawClient::call(const std::string& operation)
 {
     send(fmt::format("<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" message-id=\"7\">{}</rpc>", operation));
-    const std::string reply = receive();
+    std::string reply = receive();
     const std::string open = "<rpc-reply xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" message-id=\"7\">";
     const std::string close = "</rpc-reply>";
     if (!reply.starts_with(open) || !reply.ends_with(close))

@@ -15,7 +15,7 @@ namespace qnips::test
 #if defined(__SANITIZE_ADDRESS__)
 inline constexpr bool memory_tells = false;
 #elif defined(__has_feature)
-inline constexpr bool memory_tells = !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer);
+inline constexpr bool memory_tells = !__has_feature(address_sanitizer);
 #else
 inline constexpr bool memory_tells = true;
 #endif

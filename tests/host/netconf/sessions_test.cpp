@@ -23,7 +23,6 @@ namespace qnips::test
 namespace
 {
 
-using testing::AnyOf;
 using testing::HasSubstr;
 
 constexpr std::string_view ok = "<ok/>";
@@ -78,12 +77,14 @@ TEST(ManySessions, AgreeInTheEnd)
     std::optional<ServeProcess> server;
     server.emplace(state, std::vector<std::string>{"--unix", socket, "--log-target", folder.file("log")});
     std::vector<std::unique_ptr<RawClient>> clients;
+    clients.reserve(session_count);
     for (int i = 0; i < session_count; ++i)
         clients.push_back(std::make_unique<RawClient>(socket));
 
     std::vector<std::vector<std::string>> wrong(session_count);
     {
         std::vector<std::jthread> threads;
+        threads.reserve(session_count);
         for (int i = 0; i < session_count; ++i)
             threads.emplace_back(
                 [&, i] { wrong.at(static_cast<std::size_t>(i)) = edits(*clients.at(static_cast<std::size_t>(i)), i); });

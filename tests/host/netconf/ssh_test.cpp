@@ -137,7 +137,7 @@ TEST_F(Ssh, KeepsLittleForAClientThatOverdoesIt)
     write_file(folder_.file("settings"), "[limits]\nmessage-size = 65536\n");
     const ServeProcess server(state_,
                               {"--ssh", fmt::format("127.0.0.1:{}", port_), "--config", folder_.file("settings")});
-    constexpr std::size_t megabyte = 1024 * 1024;
+    constexpr std::size_t megabyte = std::size_t{1024} * 1024;
     const std::size_t before = server.peak_memory();
     write_file(folder_.file("begin"), old_hello + "<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" "
                                                   "message-id=\"5\"><get>");

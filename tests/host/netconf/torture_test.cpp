@@ -194,7 +194,7 @@ TEST_F(Torture, EndsSessionsThatBeginWrongly)
 TEST_F(Torture, RefusesMessagesOverTheLimitWithoutKeepingThem)
 {
     start("message-size = 65536\n");
-    constexpr std::size_t megabyte = 1024 * 1024;
+    constexpr std::size_t megabyte = std::size_t{1024} * 1024;
     const std::string part(megabyte, ' ');
     const std::size_t before = server_->peak_memory();
     for (const Greeting greeting : {Greeting::present, Greeting::old}) {
@@ -225,8 +225,10 @@ TEST_F(Torture, RefusesMessagesOverTheLimitWithoutKeepingThem)
 TEST_F(Torture, LetsSilentClientsKeepNobodyOut)
 {
     start("hello-timeout = 2\n");
+    constexpr int count = 100;
     std::vector<std::unique_ptr<RawClient>> silent;
-    for (int i = 0; i < 100; ++i)
+    silent.reserve(count);
+    for (int i = 0; i < count; ++i)
         silent.push_back(std::make_unique<RawClient>(socket(), Greeting::none));
     expect_service();
     for (const auto& client : silent)
