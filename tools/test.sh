@@ -92,9 +92,8 @@ done
 suite debug
 suite clang-asan
 if [[ -f $build_root/clang-asan/compile_commands.json ]]; then
-    # The tests' own sources take three quarters of the time, and the static analyzer half of the rest; `make lint` has
-    # both.
-    step clang-tidy tools/tidy.sh "$build_root/clang-asan" "^$PWD/(host|transapi)/" '-clang-analyzer-*'
+    # The whole tree takes longer than the suite; `make lint` reads it.
+    step "clang-tidy of the module" tools/tidy.sh "$build_root/clang-asan" "^$PWD/transapi/"
 fi
 
 if ((failed > 0)); then

@@ -31,7 +31,7 @@ struct SshEndpoint {
 
 struct ServerLimits {
     std::size_t sessions = 64;              // at a time
-    std::size_t message_bytes = 1 << 26;    // 64 MiB, of one message of a client
+    std::size_t message_bytes = 1 << 24;    // 16 MiB, of one message of a client
     std::chrono::seconds hello_seconds{30}; // until a client has to have said <hello>
     std::chrono::seconds idle_seconds{0};   // 0: sessions may be idle for ever
     std::uint16_t login_attempts = 3;       // of one connection over SSH

@@ -101,10 +101,10 @@ void mark_replaced(ChangeSet& changes, const NodeTable& table)
 void mark_replaced(ChangeSet& changes, const std::vector<std::string>& paths)
 {
     for (const std::string& path : paths) {
-        lyd_node* node = nullptr;
-        if (!changes.empty())
-            lyd_find_path(changes.roots().front()->node, path.c_str(), 0, &node);
-        const Change* change = node != nullptr ? ChangeSet::find(node) : nullptr;
+        lyd_node* node = nullptr; // for a path that leads nowhere the last node on the way
+        const bool found =
+            !changes.empty() && lyd_find_path(changes.roots().front()->node, path.c_str(), 0, &node) == LY_SUCCESS;
+        const Change* change = found ? ChangeSet::find(node) : nullptr;
         if (change != nullptr && !comes_or_goes(change))
             replace(changes, node);
     }

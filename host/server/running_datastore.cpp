@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <fmt/format.h>
+#include <libyang/libyang.h>
 
 #include "server/commit_text.h"
 #include "server/edit_text.h"
@@ -38,6 +39,36 @@ RpcError rollback_error(const Restoration& rollback)
         message += fmt::format("\n  only {}: {}", difference.on_device ? "on the device" : "in the datastore",
                                difference.line);
     return {"rollback-failed", rollback.fault->path(), message};
+}
+
+// Data paths of what callbacks have refused; a key stands for its entry.
+std::vector<std::string> refused_nodes(const PassResult& pass)
+{
+    std::vector<std::string> paths;
+    for (const Change* change : pass.failed)
+        paths.push_back(data_path(lysc_is_key(change->schema) ? change->parent->node : change->node));
+    return paths;
+}
+
+lyd_node* node_at(const ConfigTree& tree, const std::string& path)
+{
+    lyd_node* node = nullptr; // for a path that leads nowhere the last node on the way
+    const bool found = tree.first() != nullptr && lyd_find_path(tree.first(), path.c_str(), 0, &node) == LY_SUCCESS;
+    return found ? node : nullptr;
+}
+
+// Makes the attempted configuration one that does not have what was refused. A device is asked only for what lines
+// carry; the rest of a part comes from what was attempted.
+void take_out(ConfigTree& attempted, const std::vector<std::string>& refused, const ConfigTree& running)
+{
+    for (const std::string& path : refused) {
+        lyd_node* node = node_at(attempted, path);
+        const lyd_node* before = node_at(running, path);
+        if (node != nullptr && before == nullptr)
+            attempted.extract(node);
+        else if (node != nullptr && (node->schema->nodetype & LYD_NODE_TERM) != 0)
+            lyd_change_term(node, lyd_get_value(before));
+    }
 }
 
 } // namespace
@@ -149,6 +180,7 @@ void RunningDatastore::settle(AppliedEdit& edit, ErrorOption option, std::int64_
         return forget();
     }
     const TouchedNodes touched(edit.changes());
+    const std::vector<std::string> refused = refused_nodes(outcome.pass);
     edit.rollback();
     ConfigTree attempted;
     try {
@@ -156,7 +188,7 @@ void RunningDatastore::settle(AppliedEdit& edit, ErrorOption option, std::int64_
     } catch (const RpcError&) {
         attempted = copy_of(running_); // the device has to be brought back, whatever the text is like
     }
-    if (option == ErrorOption::rollback_on_error || !keep_part(attempted, touched, id, outcome))
+    if (option == ErrorOption::rollback_on_error || !keep_part(attempted, refused, touched, id, outcome))
         take_back(attempted, touched, id, outcome);
 }
 
@@ -169,11 +201,13 @@ ConfigTree RunningDatastore::running_after(const std::string& edit) const
 }
 
 // False when the part cannot stand by itself.
-bool RunningDatastore::keep_part(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id,
-                                 EditOutcome& outcome)
+bool RunningDatastore::keep_part(const ConfigTree& attempted, const std::vector<std::string>& refused,
+                                 const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome)
 {
     try {
-        const ConfigTree device = complete(complete(read_device(schema_, device_), running_), attempted);
+        ConfigTree possible = copy_of(attempted);
+        take_out(possible, refused, running_);
+        const ConfigTree device = complete(complete(read_device(schema_, device_), running_), possible);
         const ConfigTree part = touched.overlaid(running_, device);
         const EditRequest request = replacement(part);
         AppliedEdit edit(running_, request);

@@ -123,7 +123,8 @@ private:
     void send(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
     bool stands(AppliedEdit& edit, std::int64_t id, const std::string& text, EditOutcome& outcome);
     void settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
-    bool keep_part(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);
+    bool keep_part(const ConfigTree& attempted, const std::vector<std::string>& refused, const TouchedNodes& touched,
+                   std::int64_t id, EditOutcome& outcome);
     void take_back(const ConfigTree& attempted, const TouchedNodes& touched, std::int64_t id, EditOutcome& outcome);
     [[nodiscard]] ConfigTree running_after(const std::string& edit) const;
     [[nodiscard]] TouchedNodes touched_by(const std::string& edit);

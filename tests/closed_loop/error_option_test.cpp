@@ -104,6 +104,7 @@ TEST(ErrorOptionsOfTheModule, TellEveryErrorWhenTheEditGoesOn)
     EXPECT_THAT(outcome.errors[0].path() + outcome.errors[1].path(), testing::HasSubstr("Unheard-of"));
     EXPECT_EQ(outcome.effect, Effect::part);
     EXPECT_THAT(values(loop.running(), "description", "profile"), testing::Contains("other"));
+    EXPECT_THAT(values(loop.running(), "ips-enable", "vsys"), testing::IsEmpty()) << "no line carries what was refused";
     EXPECT_EQ(loop.difference(), "");
 }
 
