@@ -24,9 +24,9 @@ public:
     // Whether it has changes that are neither committed nor discarded. Nobody looks whether they add up to nothing.
     [[nodiscard]] bool is_modified() const { return own_.has_value(); }
 
-    // Wholly or not at all, whatever the error-option. Constraints are held against what the edit changes for a client that
-    // states test-then-set or test-only. Costs as the edit; the first change copies running. True when something has
-    // changed. Throws RpcError for an edit that cannot be applied, and what the check throws.
+    // Wholly or not at all, whatever the error-option. Constraints are held against what the edit changes for a client
+    // that states test-then-set or test-only. Costs as the edit; the first change copies running. True when something
+    // has changed. Throws RpcError for an edit that cannot be applied, and what the check throws.
     bool edit(const EditRequest& request, const ChangeCheck& check = {});
 
     void replace(ConfigTree goal) { own_ = std::move(goal); }
