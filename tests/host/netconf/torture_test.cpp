@@ -320,6 +320,7 @@ TEST_F(Torture, FinishesTheEditOfASessionThatIsKilled)
     for (const int wait : {0, 1, 3, 10, 30}) {
         RawClient killer(socket());
         RawClient victim(socket());
+        victim.call(get_config("startup")); // others can know of a session from then on
         victim.send(request(edit("running", profiles(count))));
         std::this_thread::sleep_for(std::chrono::milliseconds(wait));
         EXPECT_EQ(
