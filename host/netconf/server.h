@@ -1,8 +1,8 @@
 // The NETCONF server: listens, lets clients in, and hands their requests to Operations one after the other.
 //
-// Threads: a few accept sessions, because the library carries out a whole SSH handshake in the call that accepts it and
-// a silent client must not keep the others out; the one that calls run() polls all sessions, carries out requests and
-// looks after confirmed commits. So operations and the module's callbacks never meet.
+// Threads: one accepts clients; each client has one for its connection and, once it is let in, one for its session, so
+// that whoever is silent or slow keeps nobody else waiting; the one that calls run() looks after confirmed commits. A
+// mutex is held while an operation is carried out, so operations and the module's callbacks never meet.
 #pragma once
 
 #include <chrono>
