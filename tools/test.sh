@@ -57,7 +57,16 @@ count_case() {
     if [[ $status != run ]] && ((bad == 0)); then bad=1; fi
     suite_passed=$((suite_passed + good))
     suite_failed=$((suite_failed + bad))
-    if ((bad > 0)); then failures+=("$1 $name: $bad"); fi
+    if ((bad > 0)); then
+        failures+=("$1 $name: $bad")
+        if [[ -s $report ]]; then mapfile -t -O "${#failures[@]}" failures < <(failed_cases "$report"); fi
+    fi
+}
+
+# failed_cases REPORT: each failed test of a GoogleTest program, with the beginning of what it says first.
+failed_cases() {
+    awk -F '"' '/<testcase /{ name = $2; for (i = 1; i < NF; i += 2) if ($i ~ / classname=$/) group = $(i + 1) }
+                /<failure message="/ && !told[group "." name]++ { gsub(/&#x0A;/, " ", $2); print "    " group "." name ": " substr($2, 1, 300) }' "$1"
 }
 
 # suite PRESET: builds, runs every test and adds the counts.

@@ -172,14 +172,14 @@ ServerSettings server_settings(const ServeSettings& settings, const Rights& righ
     return server;
 }
 
-void tell(const ServeSettings& settings, const Rights& rights, ServerLog& log)
+void tell(const ServeSettings& settings, const Server& server, const Rights& rights, ServerLog& log)
 {
     log.write(LogLevel::info, "start",
               {{"state", settings.state.string()},
                {"access_rules", rights.rules_file().empty() ? "none" : rights.rules_file().string()}});
     if (!settings.socket.empty())
         fmt::print("qn-ips: serving NETCONF on {}\n", settings.socket.string());
-    for (const SshEndpoint& endpoint : settings.ssh)
+    for (const SshEndpoint& endpoint : server.ssh_endpoints())
         fmt::print("qn-ips: serving NETCONF over SSH on {} port {}\n", endpoint.address, endpoint.port);
     if (rights.rules_file().empty())
         fmt::print("qn-ips: note: there are no access rules, so nobody may write but the local administrator; see "
@@ -225,7 +225,7 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     operations.set_log(log);
     recover(datastores);
     Server server(device.schema(), operations, sessions, server_settings(settings, rights, log));
-    tell(settings, rights, log);
+    tell(settings, server, rights, log);
     server.run([&] {
         while (const std::optional<ServerSignal> signal = signals.next()) {
             if (*signal == ServerSignal::end)
@@ -260,7 +260,7 @@ Command add_serve_command(CLI::App& app, const GlobalOptions& options)
     command
         ->add_option("--unix", serve->settings.socket, "Socket to listen on, for the user of this process and for root")
         ->type_name("SOCKET");
-    command->add_option("--ssh", serve->ssh, "Address to listen on for SSH; repeatable")
+    command->add_option("--ssh", serve->ssh, "Address to listen on for SSH, port 0 for any that is free; repeatable")
         ->type_name("ADDRESS:PORT")
         ->allow_extra_args(false);
     command

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <exception>
 #include <system_error>
 #include <utility>
 
@@ -106,13 +107,19 @@ void Connection::serve(Channel& channel, Login login)
     RefusalQueue refusals;
     NetconfSession session(environment_, std::move(login), refusals, std::move(theirs), stage_);
     SessionPipe pipe(environment_.schema.context(), settings_.limits.message_bytes, refusals, std::move(own));
-    const SessionThread thread(session, pipe);
-    try {
-        relay(channel, pipe, aborts_, hello_deadline_);
-    } catch (const SessionBroken&) {
-        session.break_off();
-        throw;
+    std::exception_ptr broken;
+    {
+        const SessionThread thread(session, pipe);
+        try {
+            relay(channel, pipe, aborts_, hello_deadline_);
+        } catch (const SessionBroken&) {
+            session.break_off();
+            broken = std::current_exception();
+        }
     }
+    part(channel, aborts_);
+    if (broken)
+        std::rethrow_exception(broken);
 }
 
 } // namespace qnips

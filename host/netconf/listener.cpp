@@ -87,6 +87,16 @@ FileDescriptor listen_on_port(const std::string& address, std::uint16_t port)
     return listener;
 }
 
+std::uint16_t port_of(const FileDescriptor& listener)
+{
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    if (getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        throw std::system_error(errno, std::generic_category(), "the system does not tell the port");
+    return ntohs(address.ss_family == AF_INET6 ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
+                                               : reinterpret_cast<const sockaddr_in&>(address).sin_port);
+}
+
 Accepted accept_client(const FileDescriptor& listener)
 {
     sockaddr_storage address{};

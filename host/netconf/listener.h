@@ -14,8 +14,11 @@ namespace qnips
 // Throws std::runtime_error that names the path.
 FileDescriptor listen_on_socket(const std::filesystem::path& path, unsigned mode);
 
-// A TCP port of an address. Throws std::runtime_error that names both.
+// A TCP port of an address, 0 for any that is free. Throws std::runtime_error that names both.
 FileDescriptor listen_on_port(const std::string& address, std::uint16_t port);
+
+// Where it listens.
+std::uint16_t port_of(const FileDescriptor& listener);
 
 struct Accepted {
     FileDescriptor socket;

@@ -1,9 +1,16 @@
 // Carries bytes between a client and the pipe of its session until one of them ends.
 //
 // A Channel is the client's side: it never waits but in wait(), and has
-//     std::optional<std::size_t> read(std::span<char>)  what the client has sent: 0 for nothing yet, nullopt for no
-//     more std::size_t write(std::string_view)               how much of it the client takes; throws ClientLost void
-//     wait(bool input, bool output, pollfd session, std::chrono::milliseconds)  for any of these; throws ClientLost
+//     std::optional<std::size_t> read(std::span<char>)
+//         what the client has sent: 0 for nothing yet, nullopt for no more
+//     std::size_t write(std::string_view)
+//         how much of it the client takes; throws ClientLost
+//     void wait(bool input, bool output, pollfd session, std::chrono::milliseconds)
+//         for any of these; throws ClientLost
+//     void end_output()
+//         tells the client that nothing more comes
+//     bool discard_input()
+//         forgets what the client has sent; false when it has closed the connection
 #pragma once
 
 #include <poll.h>
@@ -32,6 +39,8 @@ using RelayClock = std::chrono::steady_clock;
 // A client that takes nothing of what it has asked for ends after this, and after the end of its session sooner.
 inline constexpr std::chrono::seconds stall_limit{60};
 inline constexpr std::chrono::seconds last_stall_limit{5};
+// For a client to close its connection when its session has ended.
+inline constexpr std::chrono::seconds parting_limit{1};
 // After which a relay looks at its flags.
 inline constexpr std::chrono::milliseconds relay_tick{200};
 
@@ -82,6 +91,22 @@ void relay(Channel& channel, SessionPipe& pipe, const std::atomic<bool>& aborts,
         if (!pipe.is_greeted() && now > hello_deadline)
             throw ClientLost("the client has not said <hello> in time");
         channel.wait(pipe.wants_input(), !pipe.output().empty(), {pipe.descriptor(), pipe.events(), 0}, relay_tick);
+    }
+}
+
+// Of a client whose session has ended and who has been sent everything: leaves it a moment to close the connection.
+// Closed from this side while bytes of the client are unread, a connection is reset, and the client loses answers that
+// it has not read yet.
+template <class Channel>
+void part(Channel& channel, const std::atomic<bool>& aborts)
+{
+    const RelayClock::time_point deadline = RelayClock::now() + parting_limit;
+    try {
+        channel.end_output();
+        while (!aborts && channel.discard_input() && RelayClock::now() < deadline)
+            channel.wait(true, false, {-1, 0, 0}, relay_tick);
+    } catch (const ClientLost&) {
+        return; // which is what it waits for
     }
 }
 

@@ -81,6 +81,7 @@ public:
     Implementation& operator=(const Implementation&) = delete;
 
     void run(const std::function<bool()>& stop);
+    [[nodiscard]] const std::vector<SshEndpoint>& ssh_endpoints() const { return settings_.ssh; }
 
 private:
     void set_capabilities();
@@ -116,8 +117,10 @@ Server::Implementation::Implementation(const YangSchema& schema, Operations& ope
     if (settings_.unix_socket)
         listeners_.push_back(
             {listen_on_socket(*settings_.unix_socket, settings_.socket_mode), Connection::Transport::unix_socket});
-    for (const SshEndpoint& endpoint : settings_.ssh)
+    for (SshEndpoint& endpoint : settings_.ssh) {
         listeners_.push_back({listen_on_port(endpoint.address, endpoint.port), Connection::Transport::ssh});
+        endpoint.port = port_of(listeners_.back().socket);
+    }
 }
 
 Server::Implementation::~Implementation()
@@ -231,6 +234,11 @@ Server::Server(const YangSchema& schema, Operations& operations, SessionTable& s
 }
 
 Server::~Server() = default;
+
+const std::vector<SshEndpoint>& Server::ssh_endpoints() const
+{
+    return implementation_->ssh_endpoints();
+}
 
 void Server::run(const std::function<bool()>& stop)
 {

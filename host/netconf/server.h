@@ -26,7 +26,7 @@ namespace qnips
 
 struct SshEndpoint {
     std::string address;
-    std::uint16_t port = 830;
+    std::uint16_t port = 830; // 0: any that is free
 };
 
 struct ServerLimits {
@@ -57,6 +57,9 @@ public:
     ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
+
+    // Where it listens for SSH, with the ports that it has got.
+    [[nodiscard]] const std::vector<SshEndpoint>& ssh_endpoints() const;
 
     // Serves until `stop` says so; it is asked several times a second. The request in progress is finished first, then
     // all sessions end.

@@ -232,7 +232,7 @@ SshEndpoint read_endpoint(const std::string& text)
     const char* end = text.data() + text.size();
     const char* digits = colon == std::string::npos ? end : text.data() + colon + 1;
     const auto [rest, error] = std::from_chars(digits, end, endpoint.port);
-    if (colon == std::string::npos || colon == 0 || error != std::errc() || rest != end || endpoint.port == 0)
+    if (colon == std::string::npos || colon == 0 || error != std::errc() || rest != end)
         throw std::runtime_error(fmt::format("\"{}\" is no address with a port, such as 127.0.0.1:830", text));
     endpoint.address = text.substr(0, colon);
     if (endpoint.address.front() == '[' && endpoint.address.back() == ']')

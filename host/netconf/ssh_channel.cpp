@@ -47,6 +47,8 @@ public:
     std::optional<std::size_t> read(std::span<char> buffer);
     std::size_t write(std::string_view bytes);
     void wait(bool output, pollfd session, std::chrono::milliseconds time);
+    void end_output();
+    bool discard_input();
 
 private:
     static Implementation& self(void* data) { return *static_cast<Implementation*>(data); }
@@ -98,12 +100,7 @@ SshChannel::Implementation::Implementation(FileDescriptor socket, SshLogin login
 
 SshChannel::Implementation::~Implementation()
 {
-    if (is_open_ && ssh_channel_is_closed(channel_) == 0) {
-        ssh_channel_request_send_exit_status(channel_, 0);
-        ssh_channel_send_eof(channel_);
-        ssh_channel_close(channel_);
-        ssh_blocking_flush(session_.get(), flush_time);
-    }
+    end_output();
     ssh_event_remove_session(event_.get(), session_.get());
 }
 
@@ -234,6 +231,24 @@ void SshChannel::Implementation::wait(bool output, pollfd session, std::chrono::
         throw ClientLost("the client sends more than it may");
 }
 
+void SshChannel::Implementation::end_output()
+{
+    if (!is_open_ || ssh_channel_is_closed(channel_) != 0)
+        return;
+    ssh_channel_request_send_exit_status(channel_, 0);
+    ssh_channel_send_eof(channel_);
+    ssh_channel_close(channel_);
+    ssh_blocking_flush(session_.get(), flush_time);
+}
+
+bool SshChannel::Implementation::discard_input()
+{
+    std::array<char, 65536> buffer{};
+    while (read(buffer) > 0) {
+    }
+    return ssh_is_connected(session_.get()) != 0;
+}
+
 SshChannel::SshChannel(FileDescriptor socket, SshLogin login)
     : implementation_(std::make_unique<Implementation>(std::move(socket), std::move(login)))
 {
@@ -259,6 +274,16 @@ std::size_t SshChannel::write(std::string_view bytes)
 void SshChannel::wait(bool, bool output, pollfd session, std::chrono::milliseconds time)
 {
     implementation_->wait(output, session, time);
+}
+
+void SshChannel::end_output()
+{
+    implementation_->end_output();
+}
+
+bool SshChannel::discard_input()
+{
+    return implementation_->discard_input();
 }
 
 } // namespace qnips

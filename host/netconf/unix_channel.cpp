@@ -54,4 +54,19 @@ void UnixChannel::wait(bool input, bool output, pollfd session, std::chrono::mil
         throw ClientLost("the client has hung up");
 }
 
+void UnixChannel::end_output()
+{
+    shutdown(socket_.get(), SHUT_WR);
+}
+
+bool UnixChannel::discard_input()
+{
+    std::array<char, 65536> buffer{};
+    std::optional<std::size_t> count;
+    do
+        count = read(buffer);
+    while (count > 0);
+    return count.has_value();
+}
+
 } // namespace qnips

@@ -26,6 +26,8 @@ public:
     std::optional<std::size_t> read(std::span<char> buffer);
     std::size_t write(std::string_view bytes);
     void wait(bool input, bool output, pollfd session, std::chrono::milliseconds time);
+    void end_output();
+    bool discard_input();
 
 private:
     FileDescriptor socket_;

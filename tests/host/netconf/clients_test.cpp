@@ -35,7 +35,7 @@ protected:
     }
 
     // A server of its own; the port on which it listens.
-    std::uint16_t start(const std::string& name)
+    std::string start(const std::string& name)
     {
         const std::filesystem::path state = folder_.path() / name;
         std::filesystem::create_directory(state);
@@ -43,11 +43,8 @@ protected:
         write_file((state / "nacm.xml").string(), content_of(examples + "/nacm.xml"));
         write_file((state / "users").string(),
                    fmt::format("admin key {}admin password {}\n", content_of(key_ + ".pub"), password_hash));
-        const std::uint16_t port = free_port();
-        servers_.push_back(
-            std::make_unique<ServeProcess>(state, std::vector<std::string>{"--ssh", fmt::format("127.0.0.1:{}", port),
-                                                                           "--log-target", (state / "log").string()}));
-        return port;
+        servers_.push_back(std::make_unique<ServeProcess>(state, std::vector<std::string>{"--ssh", "127.0.0.1:0"}));
+        return servers_.back()->port();
     }
     // With a home of its own, which clients write to.
     Said run(const std::string& command)
@@ -93,7 +90,7 @@ TEST_F(Clients, AnsibleGivesThreeDevicesAProfile)
     const auto inventory = [&] {
         std::string text = content_of(examples + "/clients/inventory.yml");
         for (const char* port : {"8301", "8302", "8303"})
-            text.replace(text.find(port), 4, std::to_string(start(port)));
+            text.replace(text.find(port), 4, start(port));
         return text;
     };
     write_file(folder_.file("inventory.yml"), inventory());

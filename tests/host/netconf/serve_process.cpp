@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -13,10 +14,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <stdexcept>
 #include <utility>
 
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 
 namespace qnips::test
 {
@@ -28,9 +31,10 @@ constexpr int patience = 30000; // milliseconds
 constexpr int exec_failed = 127;
 constexpr std::string_view end_of_hello = "]]>]]>";
 
-[[noreturn]] void become_server(std::vector<char*>& words, int output)
+[[noreturn]] void become_server(std::vector<char*>& words, int output, int log)
 {
-    if (dup2(output, STDOUT_FILENO) >= 0 && setenv("QN_IPS_MODULE", QN_IPS_MODULE, 1) == 0 &&
+    if (dup2(output, STDOUT_FILENO) >= 0 && dup2(log, STDERR_FILENO) >= 0 &&
+        setenv("QN_IPS_MODULE", QN_IPS_MODULE, 1) == 0 &&
         setenv("QN_IPS_YANG_PATH", QN_IPS_YANG_DIR ":" QN_IPS_IETF_YANG_DIR, 1) == 0)
         execv(QN_IPS_PROGRAM, words.data());
     _exit(exec_failed);
@@ -49,17 +53,23 @@ ServeProcess::ServeProcess(const std::filesystem::path& state, const std::vector
     pointers.push_back(nullptr);
 
     std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0)
-        throw std::runtime_error("pipe");
+    log_ = memfd_create("log", MFD_CLOEXEC);
+    if (log_ < 0 || pipe2(ends.data(), O_CLOEXEC) != 0)
+        throw std::runtime_error("no log, or no pipe");
     id_ = fork();
     if (id_ == 0)
-        become_server(pointers, ends[1]);
+        become_server(pointers, ends[1], log_);
     close(ends[1]);
     output_ = ends[0];
     // It says for every place that it serves there, all at once.
     while (text_.find("serving") == std::string::npos)
-        if (!read_output())
-            throw std::runtime_error(fmt::format("the server has ended with status {}: {}", stop(), text_));
+        if (!read_output()) {
+            const int status = end();
+            const std::string said = text_ + log();
+            close(output_);
+            close(log_);
+            throw std::runtime_error(fmt::format("the server has ended with status {}: {}", status, said));
+        }
 }
 
 ServeProcess::~ServeProcess()
@@ -67,6 +77,25 @@ ServeProcess::~ServeProcess()
     if (id_ > 0)
         stop();
     close(output_);
+    close(log_);
+}
+
+std::string ServeProcess::log() const
+{
+    std::string text;
+    std::array<char, 65536> part{};
+    for (ssize_t count = 0; (count = pread(log_, part.data(), part.size(), static_cast<off_t>(text.size()))) > 0;)
+        text.append(part.data(), static_cast<std::size_t>(count));
+    return text;
+}
+
+std::string ServeProcess::port() const
+{
+    const std::string before = "127.0.0.1 port ";
+    const std::size_t begin = text_.find(before);
+    if (begin == std::string::npos)
+        throw std::runtime_error(fmt::format("no port in \"{}\"", text_));
+    return text_.substr(begin + before.size(), text_.find('\n', begin) - begin - before.size());
 }
 
 bool ServeProcess::read_output()
@@ -83,7 +112,15 @@ void ServeProcess::reload() const
     kill(id_, SIGHUP);
 }
 
-int ServeProcess::stop()
+void ServeProcess::stop()
+{
+    EXPECT_EQ(end(), 0);
+    if (testing::Test::HasFailure())
+        std::cerr << log();
+}
+
+// The exit status, or 128 and the number of the signal that has ended it.
+int ServeProcess::end()
 {
     int status = 0;
     kill(id_, SIGTERM);
@@ -187,6 +224,8 @@ bool RawClient::read_more()
         throw std::runtime_error("the server does not answer");
     std::array<char, 65536> part{};
     const ssize_t count = read(socket_, part.data(), part.size());
+    if (count < 0)
+        throw std::runtime_error(fmt::format("the connection has broken: {}", strerror(errno)));
     if (count > 0)
         unread_.append(part.data(), static_cast<std::size_t>(count));
     return count > 0;

@@ -26,9 +26,13 @@ public:
     // Starts the program with a state folder and more arguments, and waits until it serves. Throws std::runtime_error
     // with what it has said when it ends before that.
     ServeProcess(const std::filesystem::path& state, const std::vector<std::string>& arguments);
+    // Ends it as stop() does.
     ~ServeProcess();
     ServeProcess(const ServeProcess&) = delete;
     ServeProcess& operator=(const ServeProcess&) = delete;
+
+    // Where it listens for SSH, when it has got "--ssh 127.0.0.1:0".
+    [[nodiscard]] std::string port() const;
 
     // The most memory that it has had, in bytes.
     [[nodiscard]] std::size_t peak_memory() const;
@@ -36,14 +40,17 @@ public:
     // Asks it to read again what it reads anew while it runs.
     void reload() const;
 
-    // Asks it to end, and waits. The exit status, or 128 and the number of the signal that has ended it.
-    int stop();
+    // Asks it to end, and waits: it is to end with 0, and where anything has failed its log is shown.
+    void stop();
 
 private:
     bool read_output();
+    int end();
+    [[nodiscard]] std::string log() const;
 
     pid_t id_ = -1;
     int output_ = -1;
+    int log_ = -1; // what it writes to its standard error, a sanitizer's report among it
     std::string text_;
 };
 
@@ -68,7 +75,8 @@ public:
     // Sends a message, of NETCONF 1.1 in chunks of this size.
     void send(std::string_view message, std::size_t chunk = 65536) const;
     void send_bytes(std::string_view bytes) const;
-    // The next message; "" when the server has closed the session. Throws std::runtime_error after half a minute.
+    // The next message; "" when the server has closed the session. Throws std::runtime_error after half a minute, and
+    // when the connection was reset.
     std::string receive();
     // What the server answers to a whole message.
     std::string answer_to(std::string_view message);

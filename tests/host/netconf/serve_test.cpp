@@ -211,13 +211,24 @@ TEST_F(Serve, OutlivesBadClients)
     }
 }
 
+// The client is still sending: it gets its answer and an end, not a reset connection.
+TEST_F(Serve, EndsTheConnectionInOrder)
+{
+    start();
+    RawClient client(socket(), RawClient::Greeting::old);
+    client.send("<rpc xmlns=\"urn:ietf:params:xml:ns:netconf:base:1.0\" message-id=\"1\"><close-session/></rpc>");
+    client.send_bytes(std::string(100000, ' '));
+    EXPECT_THAT(client.receive(), HasSubstr(ok));
+    EXPECT_EQ(client.receive(), "");
+}
+
 TEST_F(Serve, EndsCleanlyAndKeepsTheConfiguration)
 {
     start();
     {
         RawClient client(socket());
         EXPECT_EQ(client.call(edit("running", config_with(web))), ok);
-        EXPECT_EQ(server_->stop(), 0);
+        server_->stop();
         EXPECT_EQ(client.receive(), "");
     }
     EXPECT_FALSE(std::filesystem::exists(socket()));

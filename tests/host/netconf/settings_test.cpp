@@ -165,10 +165,10 @@ TEST(Settings, AnEndpointIsAnAddressWithAPort)
         const char* address; // null: refused
         std::uint16_t port;
     };
-    for (const Case& one : {Case{"127.0.0.1:830", "127.0.0.1", 830}, Case{"[::1]:1", "::1", 1},
-                            Case{"host:65535", "host", 65535}, Case{"host:65536", nullptr, 0},
-                            Case{"host:0", nullptr, 0}, Case{"host", nullptr, 0}, Case{":830", nullptr, 0},
-                            Case{"host:", nullptr, 0}, Case{"host:8x", nullptr, 0}, Case{"host:-1", nullptr, 0}}) {
+    for (const Case& one :
+         {Case{"127.0.0.1:830", "127.0.0.1", 830}, Case{"[::1]:1", "::1", 1}, Case{"host:65535", "host", 65535},
+          Case{"host:65536", nullptr, 0}, Case{"host:0", "host", 0}, Case{"host", nullptr, 0}, Case{":830", nullptr, 0},
+          Case{"host:", nullptr, 0}, Case{"host:8x", nullptr, 0}, Case{"host:-1", nullptr, 0}}) {
         if (one.address == nullptr) {
             EXPECT_THROW(read_endpoint(one.text), std::runtime_error) << one.text;
             continue;

@@ -1,7 +1,6 @@
-// What the tests of the server over SSH share: a free port, a user's password, and clients that are programs.
+// What the tests of the server over SSH share: a user's password, and clients that are programs.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 namespace qnips::test
@@ -10,9 +9,6 @@ namespace qnips::test
 // Of "secret", as the users' file has it.
 inline constexpr const char* password_hash =
     "$6$abcdefgh$ltjgWl6579NluT/Vi1nwEvcil.G5Nbc4NiXZaNGStk8PSwGfQv72N2CKPPrVACtLtip/cZ/1GM/O6IND4WQhG.";
-
-// A port of this machine that nobody listens on. Throws std::runtime_error.
-std::uint16_t free_port();
 
 struct Said {
     std::string text; // on standard output and standard error

@@ -172,7 +172,7 @@ TEST_F(Torture, EndsSessionsWithWrongFraming)
         RawClient next(socket());
         EXPECT_TRUE(becomes_true([&] { return next.call(with_target("lock", "running")) == ok; })) << bytes;
     }
-    EXPECT_EQ(server_->stop(), 0);
+    server_->stop();
 }
 
 TEST_F(Torture, EndsSessionsThatBeginWrongly)
@@ -245,7 +245,7 @@ TEST_F(Torture, LetsClientsWithHalfAMessageKeepNobodyOut)
         half.back()->send_bytes("\n#4000000\n<rpc ");
     }
     expect_service();
-    EXPECT_EQ(server_->stop(), 0);
+    server_->stop();
 }
 
 TEST_F(Torture, LetsSlowReadersKeepNobodyWaiting)
@@ -266,7 +266,7 @@ TEST_F(Torture, LetsSlowReadersKeepNobodyWaiting)
                                        "</netconf-state></filter></get>"),
                            "<session>") == 1;
     }));
-    EXPECT_EQ(server_->stop(), 0);
+    server_->stop();
 }
 
 TEST_F(Torture, AnswersAClientThatHasSentItsLast)
@@ -344,7 +344,7 @@ TEST_F(Torture, FinishesTheEditInProgressWhenItEnds)
         RawClient client(socket());
         client.send(request(edit("running", profiles(count))));
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        EXPECT_EQ(server_->stop(), 0);
+        server_->stop();
     }
     server_.reset();
     start();
