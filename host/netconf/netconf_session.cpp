@@ -62,11 +62,13 @@ void OpenSessions::remove(SessionId id)
     sessions_.erase(id);
 }
 
-void OpenSessions::kill(const Kill& kill)
+bool OpenSessions::kill(const Kill& kill)
 {
     const std::lock_guard guard(mutex_);
-    if (const auto found = sessions_.find(kill.victim); found != sessions_.end())
+    const auto found = sessions_.find(kill.victim);
+    if (found != sessions_.end())
         found->second->kill(kill.by);
+    return found != sessions_.end();
 }
 
 void OpenSessions::subscribe(SessionId id, const lyd_node* rpc)
@@ -132,7 +134,7 @@ bool NetconfSession::begin()
     nc_session_set_data(library_->session, this);
     if (nc_ps_add_session(library_->poll, library_->session) != 0)
         return false;
-    requester_ = {nc_session_get_id(library_->session), login_.user, login_.source};
+    requester_ = {nc_session_get_id(library_->session), login_.user, login_.source, [this] { return killed_by_ != 0; }};
     last_request_ = Clock::now();
     is_refused_ = environment_.admitted.fetch_add(1) >= environment_.max_sessions;
     if (is_refused_) {
@@ -162,10 +164,7 @@ void NetconfSession::end()
         environment_.events.unsubscribe(queue_);
         queue_->close();
     }
-    {
-        const std::lock_guard guard(environment_.mutex);
-        environment_.operations.close_session(requester_.session);
-    }
+    environment_.operations.close_session(requester_.session);
     const SessionEndReason reason = end_reason();
     environment_.table.remove(requester_.session,
                               reason != SessionEndReason::closed && reason != SessionEndReason::killed);
@@ -286,19 +285,7 @@ Reply NetconfSession::reply_to(lyd_node* rpc)
         reply.errors = {{RpcError("resource-denied", {}, "there are as many sessions as this server has")}};
         reply.errors.front().layer = "transport";
     }
-    return reply.errors.empty() ? carry_out(rpc) : std::move(reply);
-}
-
-Reply NetconfSession::carry_out(lyd_node* rpc)
-{
-    const std::lock_guard guard(environment_.mutex);
-    // It may have waited for the operation that ends it.
-    if (killed_by_ != 0 || environment_.stops)
-        return Reply{{{RpcError("operation-failed", {}, "the session ends")}}, {}};
-    Reply reply = environment_.operations.execute(requester_, rpc);
-    for (const Kill& kill : environment_.table.take_kills())
-        environment_.open.kill(kill);
-    return reply;
+    return reply.errors.empty() ? environment_.operations.execute(requester_, rpc) : std::move(reply);
 }
 
 // ------------------------------------------------------------------------------------------------ notifications --

@@ -35,7 +35,8 @@ class OpenSessions
 public:
     void add(SessionId id, NetconfSession& session);
     void remove(SessionId id);
-    void kill(const Kill& kill);
+    // Ends a session and what it is doing. False when there is no such session.
+    bool kill(const Kill& kill);
     // Gives a session the subscription that `rpc` asks for. Throws RpcError.
     void subscribe(SessionId id, const lyd_node* rpc);
     // The server ends.
@@ -55,7 +56,6 @@ struct SessionEnvironment {
     ServerLog* log = nullptr;
     std::size_t max_sessions = 0;
     std::chrono::seconds idle_limit{0}; // 0: none
-    std::mutex mutex{};                 // held while an operation is carried out: the module's callbacks never meet
     OpenSessions open{};
     std::atomic<std::size_t> admitted = 0;
     std::atomic<bool> stops = false;
@@ -107,7 +107,6 @@ private:
     bool wait();
     void count(int result);
     Reply reply_to(lyd_node* rpc);
-    Reply carry_out(lyd_node* rpc);
     bool sends_events();
     bool send(const Event& event);
     void give_up();

@@ -84,13 +84,17 @@ Operations::Operations(const YangSchema& schema, Datastores& datastores, Session
 
 Operations::~Operations() = default;
 
+// Whether an operation waits until the one in progress is done, or looks after that itself.
+enum class Operations::Turn { awaited, own };
+
 struct Operations::Row {
     std::string_view module;
     std::string_view name;
     Operation operation;
+    Turn turn = Turn::awaited;
 };
 
-Reply Operations::dispatch(const Requester& requester, const lyd_node* rpc)
+const Operations::Row* Operations::row_of(const lyd_node* rpc)
 {
     static constexpr Row rows[] = {
         {netconf_module, "get", &Operations::get},
@@ -104,32 +108,40 @@ Reply Operations::dispatch(const Requester& requester, const lyd_node* rpc)
         {netconf_module, "commit", &Operations::commit},
         {netconf_module, "cancel-commit", &Operations::cancel_commit},
         {netconf_module, "discard-changes", &Operations::discard_changes},
-        {netconf_module, "kill-session", &Operations::kill_session},
+        {netconf_module, "kill-session", &Operations::kill_session, Turn::own},
         {monitoring_module, "get-schema", &Operations::get_schema},
         {"notifications", "create-subscription", &Operations::create_subscription},
     };
     for (const Row& row : rows)
         if (row.module == rpc->schema->module->name && row.name == rpc->schema->name)
-            return (this->*row.operation)(requester, rpc);
-    throw RpcError("operation-not-supported", {}, fmt::format("there is no operation <{}>", node_name(rpc)));
+            return &row;
+    return nullptr;
 }
 
 Reply Operations::execute(const Requester& requester, const lyd_node* rpc)
 {
+    const Row* row = row_of(rpc);
+    std::unique_lock turn(mutex_, std::defer_lock);
+    if (row == nullptr || row->turn == Turn::awaited)
+        turn.lock();
     const auto start = std::chrono::steady_clock::now();
-    datastores_.trace_all(log_ != nullptr && log_->keeps(LogLevel::trace)); // which can change between requests
-    Reply reply = carried_out(requester, rpc);
+    Reply reply = carried_out(row, requester, rpc);
     if (log_ != nullptr)
         log_request(*log_, requester, rpc, reply, std::chrono::steady_clock::now() - start);
     return reply;
 }
 
-Reply Operations::carried_out(const Requester& requester, const lyd_node* rpc)
+Reply Operations::carried_out(const Row* row, const Requester& requester, const lyd_node* rpc)
 {
     Reply reply;
     try {
+        // It may have waited for what ends it.
+        if (is_stopped_ || (requester.is_killed && requester.is_killed()))
+            throw RpcError("operation-failed", {}, "the session ends");
         require_execution(access_, requester.user, rpc);
-        return dispatch(requester, rpc);
+        if (row == nullptr)
+            throw RpcError("operation-not-supported", {}, fmt::format("there is no operation <{}>", node_name(rpc)));
+        return (this->*row->operation)(requester, rpc);
     } catch (const RpcError& error) {
         reply.errors.push_back({error});
     } catch (const std::exception& error) {
@@ -140,17 +152,20 @@ Reply Operations::carried_out(const Requester& requester, const lyd_node* rpc)
 
 void Operations::close_session(SessionId session)
 {
+    const std::lock_guard turn(mutex_);
     datastores_.close_session(session);
-}
-
-std::optional<std::chrono::steady_clock::time_point> Operations::deadline() const
-{
-    return datastores_.deadline();
 }
 
 void Operations::tick()
 {
+    const std::lock_guard turn(mutex_);
     datastores_.tick();
+}
+
+void Operations::stop()
+{
+    const std::lock_guard turn(mutex_);
+    is_stopped_ = true;
 }
 
 // ------------------------------------------------------------------------------------------------------- reads --
@@ -257,10 +272,11 @@ Reply Operations::get_schema(const Requester&, const lyd_node* rpc)
 
 // ------------------------------------------------------------------------------------------------------- edits --
 
-ChangeCheck Operations::check(const Requester& requester) const
+EditWatch Operations::watch(const Requester& requester) const
 {
+    datastores_.trace_all(log_ != nullptr && log_->keeps(LogLevel::trace)); // which can change between requests
     ChangeCheck check = check_of(access_, requester.user);
-    return events_ ? events_->watched(std::move(check)) : check;
+    return {events_ ? events_->watched(std::move(check)) : check, requester.is_killed};
 }
 
 Reply Operations::edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome) const
@@ -278,7 +294,7 @@ Reply Operations::edit_config(const Requester& requester, const lyd_node* rpc)
     refuse_access_rules(request.edit);
     return edited(
         requester, request.target,
-        datastores_.edit_config(requester.session, requester.user.name, request.target, request, check(requester)));
+        datastores_.edit_config(requester.session, requester.user.name, request.target, request, watch(requester)));
 }
 
 Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
@@ -298,7 +314,7 @@ Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
         source = readable_source(access_, requester.user, datastores_, std::move(source));
     return edited(
         requester, target,
-        datastores_.copy_config(requester.session, requester.user.name, target, std::move(source), check(requester)));
+        datastores_.copy_config(requester.session, requester.user.name, target, std::move(source), watch(requester)));
 }
 
 Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
@@ -324,7 +340,7 @@ Reply Operations::validate(const Requester& requester, const lyd_node* rpc)
 Reply Operations::commit(const Requester& requester, const lyd_node* rpc)
 {
     return edited(requester, DatastoreName::running,
-                  datastores_.commit(requester.session, requester.user.name, read_commit(rpc), check(requester)));
+                  datastores_.commit(requester.session, requester.user.name, read_commit(rpc), watch(requester)));
 }
 
 Reply Operations::cancel_commit(const Requester& requester, const lyd_node* rpc)
@@ -363,19 +379,22 @@ Reply Operations::kill_session(const Requester& requester, const lyd_node* rpc)
     std::from_chars(text.data(), text.data() + text.size(), victim);
     if (victim == requester.session)
         throw RpcError("invalid-value", path, "a session cannot kill itself");
-    if (!sessions_.kill({victim, requester.session}))
+    if (!actions_.kill)
+        throw RpcError("operation-not-supported", {}, "sessions cannot be killed here");
+    if (!actions_.kill({victim, requester.session}))
         throw RpcError("invalid-value", path, fmt::format("there is no session {}", victim));
-    // Its locks are free when the answer comes, however long its transport takes to end.
+    // What it was doing is taken back first (RFC 6241, 7.9), and its locks are free when the answer comes, however long
+    // its transport takes to end.
+    const std::lock_guard turn(mutex_);
     datastores_.close_session(victim);
     return {};
 }
 
 // ------------------------------------------------------------------------------------------------------- events --
 
-void Operations::set_events(EventStream* events, Subscribe subscribe)
+void Operations::set_events(EventStream* events)
 {
     events_ = events != nullptr ? std::make_unique<ChangeEvents>(schema_, *events) : nullptr;
-    subscribe_ = std::move(subscribe);
 }
 
 bool Operations::may_receive(const Requester& requester, const lyd_node* notification) const
@@ -385,9 +404,9 @@ bool Operations::may_receive(const Requester& requester, const lyd_node* notific
 
 Reply Operations::create_subscription(const Requester& requester, const lyd_node* rpc)
 {
-    if (!subscribe_)
+    if (!actions_.subscribe)
         throw RpcError("operation-not-supported", {}, "nobody tells of events here");
-    subscribe_(requester.session, rpc);
+    actions_.subscribe(requester.session, rpc);
     return {};
 }
 

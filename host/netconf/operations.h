@@ -1,15 +1,17 @@
 // The operations of a NETCONF server (RFC 6241, 7 and 8; RFC 6022, 3.1), without the messages and sessions around them.
 //
 // Running is read from the device through the module, as is the state; what edits do happens in Datastores. Every
-// request is held against the rules of access control, which are part of what is read. This header
-// names no type of the server contract, whose error numbers bear the same names as those of the NETCONF library.
+// request is held against the rules of access control, which are part of what is read. Threads share them, and
+// operations are carried out one after the other, but for what ends another one. This header names no type of the server contract, whose error numbers bear the same names as those of the NETCONF library.
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -59,12 +61,19 @@ public:
     // What the <hello> announces.
     void set_capabilities(std::vector<std::string> capabilities) { capabilities_ = std::move(capabilities); }
 
-    // Where events are told from now on, null for nowhere, and who gives a session the subscription that its request
-    // asks for, and may throw RpcError.
-    using Subscribe = std::function<void(SessionId, const lyd_node*)>;
-    void set_events(EventStream* events, Subscribe subscribe);
+    // Where events are told from now on, null for nowhere.
+    void set_events(EventStream* events);
 
-    // Whether a requester may be told of a notification. Threads may ask.
+    // What the server does with its sessions. Nothing is supported that it cannot do.
+    struct SessionActions {
+        // Gives a session the subscription that its request asks for. May throw RpcError.
+        std::function<void(SessionId, const lyd_node*)> subscribe{};
+        // Ends a session at once, and what it is doing. False when there is no such session.
+        std::function<bool(const Kill&)> kill{};
+    };
+    void set_actions(SessionActions actions) { actions_ = std::move(actions); }
+
+    // Whether a requester may be told of a notification.
     bool may_receive(const Requester& requester, const lyd_node* notification) const;
 
     // Carries out the operation whose node is `rpc`. Throws nothing: whatever fails is in the reply.
@@ -73,17 +82,19 @@ public:
     // A session has ended: its locks and unconfirmed commits go with it. Throws nothing.
     void close_session(SessionId session);
 
-    // When tick has something to do; nullopt for never, as things stand.
-    [[nodiscard]] std::optional<std::chrono::steady_clock::time_point> deadline() const;
-    // Takes back a confirmed commit whose time is over. Throws nothing.
+    // Takes back a confirmed commit whose time is over; to be called several times a second. Throws nothing.
     void tick();
+
+    // No operation begins from now on. Waits until the one in progress is done.
+    void stop();
 
 private:
     using Operation = Reply (Operations::*)(const Requester&, const lyd_node*);
+    enum class Turn;
     struct Row;
 
-    Reply carried_out(const Requester& requester, const lyd_node* rpc);
-    Reply dispatch(const Requester& requester, const lyd_node* rpc);
+    static const Row* row_of(const lyd_node* rpc);
+    Reply carried_out(const Row* row, const Requester& requester, const lyd_node* rpc);
     Reply get(const Requester& requester, const lyd_node* rpc);
     Reply get_config(const Requester& requester, const lyd_node* rpc);
     Reply edit_config(const Requester& requester, const lyd_node* rpc);
@@ -104,7 +115,7 @@ private:
     [[nodiscard]] TreePtr state(const Filter& filter) const;
     [[nodiscard]] TreePtr reported(const Requester& requester, TreePtr data, const lyd_node* rpc,
                                    const Filter& filter) const;
-    [[nodiscard]] ChangeCheck check(const Requester& requester) const;
+    [[nodiscard]] EditWatch watch(const Requester& requester) const;
     Reply edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome) const;
     [[nodiscard]] std::vector<HeldLock> held_locks() const;
 
@@ -115,7 +126,9 @@ private:
     Reads reads_;
     ServerLog* log_ = nullptr;
     std::unique_ptr<ChangeEvents> events_; // null: nobody is told
-    Subscribe subscribe_;
+    SessionActions actions_;
+    std::mutex mutex_; // held while an operation is carried out: the module's callbacks never meet
+    std::atomic<bool> is_stopped_ = false;
     std::vector<std::string> capabilities_;
     std::array<std::time_t, datastore_count> locked_since_{};
 };

@@ -112,8 +112,10 @@ Server::Implementation::Implementation(const YangSchema& schema, Operations& ope
       library_(schema)
 {
     set_capabilities();
-    operations.set_events(
-        &events_, [this](SessionId session, const lyd_node* rpc) { environment_.open.subscribe(session, rpc); });
+    operations.set_events(&events_);
+    operations.set_actions(
+        {.subscribe = [this](SessionId session, const lyd_node* rpc) { environment_.open.subscribe(session, rpc); },
+         .kill = [this](const Kill& kill) { return environment_.open.kill(kill); }});
     if (settings_.unix_socket)
         listeners_.push_back(
             {listen_on_socket(*settings_.unix_socket, settings_.socket_mode), Connection::Transport::unix_socket});
@@ -126,7 +128,8 @@ Server::Implementation::Implementation(const YangSchema& schema, Operations& ope
 Server::Implementation::~Implementation()
 {
     end_all();
-    environment_.operations.set_events(nullptr, {});
+    environment_.operations.set_events(nullptr);
+    environment_.operations.set_actions({});
     std::error_code ignored;
     if (settings_.unix_socket)
         std::filesystem::remove(*settings_.unix_socket, ignored);
@@ -195,11 +198,8 @@ void Server::Implementation::forget_ended()
 
 void Server::Implementation::end_all()
 {
-    {
-        // An operation that is being carried out is finished; none begins any more.
-        const std::lock_guard guard(environment_.mutex);
-        environment_.stops = true;
-    }
+    environment_.stops = true;
+    environment_.operations.stop();
     environment_.open.wake_all();
     const auto deadline = RelayClock::now() + last_answers;
     for (Connection& connection : connections_) {
@@ -217,12 +217,8 @@ void Server::Implementation::run(const std::function<bool()>& stop)
         while (!stop()) {
             std::this_thread::sleep_for(tick);
             forget_ended();
-            const std::lock_guard guard(environment_.mutex);
-            const auto deadline = environment_.operations.deadline();
-            if (deadline && *deadline <= std::chrono::steady_clock::now())
-                environment_.operations.tick();
+            environment_.operations.tick();
         }
-        const std::lock_guard guard(environment_.mutex);
         environment_.stops = true;
     }
     end_all();

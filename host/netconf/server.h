@@ -1,8 +1,7 @@
 // The NETCONF server: listens, lets clients in, and hands their requests to Operations one after the other.
 //
 // Threads: one accepts clients; each client has one for its connection and, once it is let in, one for its session, so
-// that whoever is silent or slow keeps nobody else waiting; the one that calls run() looks after confirmed commits. A
-// mutex is held while an operation is carried out, so operations and the module's callbacks never meet.
+// that whoever is silent or slow keeps nobody else waiting; the one that calls run() looks after confirmed commits.
 #pragma once
 
 #include <chrono>

@@ -69,19 +69,4 @@ ServerStatistics SessionTable::statistics() const
     return statistics_;
 }
 
-bool SessionTable::kill(const Kill& kill)
-{
-    const std::lock_guard guard(mutex_);
-    if (find(sessions_, kill.victim) == sessions_.end())
-        return false;
-    kills_.push_back(kill);
-    return true;
-}
-
-std::vector<Kill> SessionTable::take_kills()
-{
-    const std::lock_guard guard(mutex_);
-    return std::exchange(kills_, {});
-}
-
 } // namespace qnips

@@ -40,7 +40,7 @@ struct ServerStatistics {
 // How a session has ended (RFC 6470, termination-reason).
 enum class SessionEndReason { closed, killed, dropped, timeout, bad_hello, other };
 
-// A session that another one has ended.
+// A session that another one ends.
 struct Kill {
     SessionId victim = 0;
     SessionId by = 0;
@@ -63,15 +63,9 @@ public:
     [[nodiscard]] std::vector<SessionInfo> list() const;
     [[nodiscard]] ServerStatistics statistics() const;
 
-    // Notes that a session has to end. False when there is no such session.
-    bool kill(const Kill& kill);
-    // What was noted since it was last asked for.
-    std::vector<Kill> take_kills();
-
 private:
     mutable std::mutex mutex_;
     std::vector<SessionInfo> sessions_;
-    std::vector<Kill> kills_;
     ServerStatistics statistics_;
 };
 

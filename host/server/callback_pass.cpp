@@ -65,6 +65,9 @@ public:
         if (options_.traces_all)
             result_.trace.reserve(plan.size());
         for (const CallbackStep& step : plan) {
+            result_.aborted = options_.aborts && options_.aborts();
+            if (result_.aborted)
+                return std::move(result_);
             if (!is_lost(failed_, step.change) && !take(step) && !options_.goes_on)
                 return std::move(result_);
             ++done_;
@@ -145,6 +148,8 @@ std::vector<RpcError> PassResult::errors() const
     }
     if (vsys_error)
         all.push_back(*vsys_error);
+    if (aborted)
+        all.emplace_back("operation-failed", std::string(), "the edit was aborted");
     return all;
 }
 
@@ -158,7 +163,7 @@ PassResult run_callbacks(ChangeSet& changes, const NodeTable& table, CommandPlat
     PassResult result = Pass(changes, platform, options).run(changes, table);
 
     // No command line removes a virtual system: it belongs to the platform and takes its configuration along.
-    if (!result.completed && !options.goes_on)
+    if (result.aborted || (!result.completed && !options.goes_on))
         return result;
     std::vector<std::string> gone;
     for (const Change* root : changes.roots())

@@ -28,6 +28,8 @@ struct PassOptions {
     // Data paths (see data_path) of list entries and presence containers that callbacks see go and come again with all
     // below them, if the edit changes anything in them.
     std::vector<std::string> replaced{};
+    // Asked before each callback: whether the pass ends there.
+    std::function<bool()> aborts{};
     // Called after each callback with how many are done and how many there are.
     std::function<void(std::size_t, std::size_t)> progress{};
 };
@@ -38,12 +40,13 @@ struct PassResult {
     std::size_t callbacks = 0;               // that were called
     std::size_t covered = 0;                 // of those, the ones that an ancestor's removal covers
     bool completed = false;                  // every callback was called and has succeeded
+    bool aborted = false;                    // somebody wanted the pass to end before its last callback
     std::vector<const Change*> failed{};     // what the callbacks that failed were called for, while the changes live
     std::optional<RpcError> vsys_error{};    // why the platform was not told of one that has gone
 
     // Whether the device may have changed: it has taken lines, or nobody knows whether it has.
     [[nodiscard]] bool reached_device() const;
-    // One error for each callback that has failed, and the one about a virtual system.
+    // One error for each callback that has failed, the one about a virtual system, and one of a pass that was aborted.
     [[nodiscard]] std::vector<RpcError> errors() const;
 };
 

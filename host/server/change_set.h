@@ -96,4 +96,11 @@ private:
 // nothing has changed then. An empty one lets everything pass.
 using ChangeCheck = std::function<void(const ChangeSet&)>;
 
+// What an edit that is being carried out asks of whoever wants it.
+struct EditWatch {
+    ChangeCheck check{};
+    // Before each callback: whether to break off, and to take back what has taken effect. An empty one never does.
+    std::function<bool()> aborts{};
+};
+
 } // namespace qnips

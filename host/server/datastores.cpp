@@ -75,18 +75,18 @@ void Datastores::require_access(SessionId session, DatastoreName name)
 // ------------------------------------------------------------------------------------------- edit, copy, delete --
 
 EditOutcome Datastores::edit_config(SessionId session, const std::string& user, DatastoreName target,
-                                    const EditRequest& request, const ChangeCheck& check)
+                                    const EditRequest& request, const EditWatch& watch)
 {
     require_access(session, target);
     switch (target) {
     case DatastoreName::running:
-        return running_.edit(request, {user, "edit-config", check});
+        return running_.edit(request, {user, "edit-config", watch});
     case DatastoreName::candidate:
-        return stored(candidate_.edit(request, check));
+        return stored(candidate_.edit(request, watch.check));
     case DatastoreName::startup:
         break;
     }
-    return edit_startup(request, check);
+    return edit_startup(request, watch.check);
 }
 
 EditOutcome Datastores::edit_startup(const EditRequest& request, const ChangeCheck& check)
@@ -104,7 +104,7 @@ EditOutcome Datastores::edit_startup(const EditRequest& request, const ChangeChe
 }
 
 EditOutcome Datastores::copy_config(SessionId session, const std::string& user, DatastoreName target, Source source,
-                                    const ChangeCheck& check)
+                                    const EditWatch& watch)
 {
     const auto* name = std::get_if<DatastoreName>(&source);
     if (name != nullptr && *name == target)
@@ -112,14 +112,14 @@ EditOutcome Datastores::copy_config(SessionId session, const std::string& user, 
     require_access(session, target);
     switch (target) {
     case DatastoreName::running:
-        return running_.replace(tree_of(std::move(source)), {user, "copy-config", check});
+        return running_.replace(tree_of(std::move(source)), {user, "copy-config", watch});
     case DatastoreName::candidate:
-        copy_to_candidate(std::move(source), check);
+        copy_to_candidate(std::move(source), watch.check);
         return stored(true);
     case DatastoreName::startup:
         break;
     }
-    copy_to_startup(source, check);
+    copy_to_startup(source, watch.check);
     return stored(true);
 }
 
@@ -209,7 +209,7 @@ void Datastores::validate(const Source& source) const
 // ------------------------------------------------------------------------------------------------------ commit --
 
 EditOutcome Datastores::commit(SessionId session, const std::string& user, const CommitRequest& request,
-                               const ChangeCheck& check)
+                               const EditWatch& watch)
 {
     check_parameters(request);
     pending_.require_right(session, request.persist_id);
@@ -217,14 +217,14 @@ EditOutcome Datastores::commit(SessionId session, const std::string& user, const
     require_access(session, DatastoreName::candidate);
 
     if (!request.confirmed) {
-        EditOutcome outcome = commit_candidate(user, check);
+        EditOutcome outcome = commit_candidate(user, watch);
         if (outcome.errors.empty() && pending_.is_pending())
             confirm(session, user, outcome);
         return outcome;
     }
     pending_.keep_fallback(running());
     const FallbackGuard guard(pending_);
-    EditOutcome outcome = commit_candidate(user, check);
+    EditOutcome outcome = commit_candidate(user, watch);
     if (outcome.errors.empty()) {
         const bool follows = pending_.start(session, user, request, now_());
         announce({follows ? Kind::extended : Kind::started, session, user, request.timeout, {}});
@@ -232,11 +232,11 @@ EditOutcome Datastores::commit(SessionId session, const std::string& user, const
     return outcome;
 }
 
-EditOutcome Datastores::commit_candidate(const std::string& user, const ChangeCheck& check)
+EditOutcome Datastores::commit_candidate(const std::string& user, const EditWatch& watch)
 {
     if (!candidate_.is_modified())
         return {};
-    EditOutcome outcome = running_.replace(candidate(), {user, "commit", check});
+    EditOutcome outcome = running_.replace(candidate(), {user, "commit", watch});
     if (outcome.errors.empty())
         candidate_.discard();
     return outcome;

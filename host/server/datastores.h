@@ -91,11 +91,11 @@ public:
     // An <edit-config> (7.2). Of the candidate and of startup it is carried out wholly or not at all, whatever its
     // error-option, and reaches no device. A candidate may become invalid by it, the others not.
     EditOutcome edit_config(SessionId session, const std::string& user, DatastoreName target,
-                            const EditRequest& request, const ChangeCheck& check = {});
+                            const EditRequest& request, const EditWatch& watch = {});
 
     // A <copy-config> (7.3). "invalid-value" when source and target are the same.
     EditOutcome copy_config(SessionId session, const std::string& user, DatastoreName target, Source source,
-                            const ChangeCheck& check = {});
+                            const EditWatch& watch = {});
 
     // A <delete-config> (7.4). Only startup can be deleted; one that is not there is no error.
     void delete_config(SessionId session, DatastoreName target);
@@ -114,7 +114,7 @@ public:
     // changes stand, and that the store could not end the confirmed commit, which can be confirmed again. "in-use" when
     // another session has locked running or the candidate.
     EditOutcome commit(SessionId session, const std::string& user, const CommitRequest& request,
-                       const ChangeCheck& check = {});
+                       const EditWatch& watch = {});
     // A <cancel-commit> (8.4.4.1). With errors in the outcome the commit is pending as before.
     EditOutcome cancel_commit(SessionId session, const std::string& user, const std::optional<std::string>& persist_id);
     // A <discard-changes> (8.3.4.2).
@@ -145,7 +145,7 @@ private:
     void copy_to_startup(const Source& source, const ChangeCheck& check);
     void copy_to_candidate(Source source, const ChangeCheck& check);
     [[nodiscard]] ConfigTree tree_of(Source source) const;
-    EditOutcome commit_candidate(const std::string& user, const ChangeCheck& check);
+    EditOutcome commit_candidate(const std::string& user, const EditWatch& watch);
     void confirm(SessionId session, const std::string& user, EditOutcome& outcome);
     EditOutcome take_back(ConfirmedCommitEvent event, const std::string& origin);
     EditOutcome take_back_expired();

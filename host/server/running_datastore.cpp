@@ -110,8 +110,8 @@ EditOutcome RunningDatastore::edit(const EditRequest& request, const Author& aut
     Lap lap;
     AppliedEdit edit(running_, request); // taken back when it goes out of scope without a commit
     outcome.times.apply = lap.time();
-    if (author.check)
-        author.check(edit.changes());
+    if (author.watch.check)
+        author.watch.check(edit.changes());
     validate_edit(rules_, edit.changes());
     outcome.times.validate = lap.time();
     if (!edit.changes().empty() && request.test_option != TestOption::test_only)
@@ -132,19 +132,23 @@ void RunningDatastore::carry_out(AppliedEdit& edit, ErrorOption option, const Au
     const std::int64_t id = prepare(author, text);
     outcome.times.store = lap.time();
     try {
-        send(edit, option, id, text, outcome);
+        send(edit, option, author.watch, id, text, outcome);
     } catch (...) {
         interrupted_ = true; // as after a crash: the next edit ends it first
         throw;
     }
 }
 
-void RunningDatastore::send(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text,
-                            EditOutcome& outcome)
+void RunningDatastore::send(AppliedEdit& edit, ErrorOption option, const EditWatch& watch, std::int64_t id,
+                            const std::string& text, EditOutcome& outcome)
 {
     Lap lap;
     outcome.pass = run_callbacks(edit.changes(), table_, device_,
-                                 {.goes_on = option == ErrorOption::continue_on_error, .traces_all = traces_all_});
+                                 {.goes_on = option == ErrorOption::continue_on_error,
+                                  .traces_all = traces_all_,
+                                  .aborts = watch.aborts});
+    if (outcome.pass.aborted)
+        option = ErrorOption::rollback_on_error;
     outcome.times.callbacks = lap.time();
     outcome.errors = outcome.pass.errors();
     if (outcome.errors.empty() && !stands(edit, id, text, outcome))

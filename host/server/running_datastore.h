@@ -27,11 +27,11 @@
 namespace qnips
 {
 
-// Who changes the configuration, by which request ("edit-config", "commit", "rollback 7"), and what of it is permitted.
+// Who changes the configuration, by which request ("edit-config", "commit", "rollback 7"), and under whose eyes.
 struct Author {
     std::string user;
     std::string origin;
-    ChangeCheck check{};
+    EditWatch watch{};
 };
 
 // Where the time of an edit goes. Parsing its text comes before, and is not in it.
@@ -120,7 +120,7 @@ private:
     void finish(std::int64_t id, CommitOutcome outcome, const std::string& edit, const std::string& lines,
                 const std::string& message);
     void carry_out(AppliedEdit& edit, ErrorOption option, const Author& author, EditOutcome& outcome);
-    void send(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
+    void send(AppliedEdit& edit, ErrorOption option, const EditWatch& watch, std::int64_t id, const std::string& text, EditOutcome& outcome);
     bool stands(AppliedEdit& edit, std::int64_t id, const std::string& text, EditOutcome& outcome);
     void settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
     bool keep_part(const ConfigTree& attempted, const std::vector<std::string>& refused, const TouchedNodes& touched,

@@ -1,5 +1,6 @@
 #include "netconf_fixture.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <regex>
@@ -100,6 +101,13 @@ NetconfServer::NetconfServer()
                    [this] { return read_state(netconf_world().module, channel_); }})
 {
     running_.start();
+    operations_.set_actions({.kill = [this](const Kill& kill) {
+        const std::vector<SessionInfo> all = sessions_.list();
+        if (std::ranges::none_of(all, [&](const SessionInfo& session) { return session.id == kill.victim; }))
+            return false;
+        kills_.push_back(kill);
+        return true;
+    }});
     for (const SessionId id : {1U, 2U})
         sessions_.add({.id = id,
                        .user = fmt::format("user{}", id),
@@ -110,8 +118,13 @@ NetconfServer::NetconfServer()
 
 Reply NetconfServer::reply_to(const std::string& operation, SessionId session)
 {
+    return reply_to({session, {.name = fmt::format("user{}", session)}}, operation);
+}
+
+Reply NetconfServer::reply_to(const Requester& requester, const std::string& operation)
+{
     const ParsedRpc rpc(operation);
-    return operations_.execute({session, {.name = fmt::format("user{}", session)}}, rpc.node());
+    return operations_.execute(requester, rpc.node());
 }
 
 std::string NetconfServer::call(const std::string& operation, SessionId session)
@@ -121,8 +134,7 @@ std::string NetconfServer::call(const std::string& operation, SessionId session)
 
 std::string NetconfServer::call_as(const AccessUser& user, const std::string& operation)
 {
-    const ParsedRpc rpc(operation);
-    return text_of(operations_.execute({1, user}, rpc.node()));
+    return text_of(reply_to({1, user}, operation));
 }
 
 void NetconfServer::wait(std::chrono::seconds time)

@@ -58,6 +58,8 @@ public:
     // What a session is answered: "ok", the data, or the errors as "tag path: message", one a line.
     std::string call(const std::string& operation, SessionId session = 1);
     Reply reply_to(const std::string& operation, SessionId session = 1);
+    // The same for one who asks as he is.
+    Reply reply_to(const Requester& requester, const std::string& operation);
     // The same for a user, in the first session.
     std::string call_as(const AccessUser& user, const std::string& operation);
 
@@ -68,6 +70,8 @@ public:
     // Permits everything to everybody to begin with.
     [[nodiscard]] AccessControl& access() { return access_; }
     [[nodiscard]] FaultyPlatform& channel() { return channel_; }
+    // The sessions that were killed, and by whom.
+    [[nodiscard]] const std::vector<Kill>& kills() const { return kills_; }
 
 private:
     EmulatedPlatform device_{netconf_world().catalogue};
@@ -77,6 +81,7 @@ private:
     Datastores::Clock::time_point time_{};
     Datastores datastores_{netconf_world().schema, running_, store_, [this] { return time_; }};
     SessionTable sessions_{0};
+    std::vector<Kill> kills_;
     AccessControl access_{AccessRules{.enabled = false}};
     Operations operations_;
 };

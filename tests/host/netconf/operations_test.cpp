@@ -174,7 +174,6 @@ TEST(Operations, TakeBackAnUnconfirmedCommit)
     const std::string confirmed = "<commit><confirmed/><confirm-timeout>5</confirm-timeout></commit>";
     expect_all(server, {{edit("candidate", config_with(web)), "ok"}, {confirmed, "ok"}});
     EXPECT_EQ(server.call(get_config("running")), config_of(web));
-    EXPECT_TRUE(server.operations().deadline());
     expect_all(server, {{"<commit/>", "in-use ", 2}, {"<cancel-commit/>", "in-use ", 2}});
     server.wait(std::chrono::seconds(5));
     EXPECT_EQ(server.call(get_config("running")), "");
@@ -272,10 +271,50 @@ TEST(Operations, FreeWhatAKilledSessionHolds)
                         {"<kill-session/>", "missing-element /nc:kill-session/session-id"},
                         {kill("2"), "ok"},
                         {with_target("lock", "running"), "ok"}});
-    const std::vector<Kill> kills = server.sessions().take_kills();
-    ASSERT_EQ(kills.size(), 1U);
-    EXPECT_EQ(kills.front().victim, 2U);
-    EXPECT_EQ(kills.front().by, 1U);
+    ASSERT_EQ(server.kills().size(), 1U);
+    EXPECT_EQ(server.kills().front().victim, 2U);
+    EXPECT_EQ(server.kills().front().by, 1U);
+}
+
+// Wherever it was killed (RFC 6241, 7.9).
+TEST(Operations, TakeBackTheEditOfAKilledSession)
+{
+    const std::string rich = config_with(
+        profile("one", "<description>a</description>") +
+        profile("web", "<description>b</description><signature-sets><signature-set><name>set</name><signature-set-action>"
+                       "<action>alert</action></signature-set-action></signature-set></signature-sets>"));
+    const std::string continued = "<error-option>continue-on-error</error-option>";
+    const std::string copied = "<copy-config><target><running/></target><source><config>" + rich +
+                               "</config></source></copy-config>";
+    for (const std::string& operation : {edit("running", rich), edit("running", rich, continued), copied,
+                                         std::string("<commit/>")}) {
+        int done = 0; // of the questions whether it was killed
+        for (bool was_killed = true; was_killed; ++done) {
+            NetconfServer server;
+            server.call(edit("running", config_with(profile("one") + profile("two"))));
+            server.call(edit("candidate", rich));
+            const std::string before = server.call(get_config("running"));
+            int asked = 0;
+            const Reply reply =
+                server.reply_to({1, {.name = "user1"}, {}, [&] { return asked++ >= done; }}, operation);
+            was_killed = !reply.errors.empty();
+            if (!was_killed) {
+                EXPECT_THAT(server.call(get_config("running")), HasSubstr("<description>b</description>"));
+                continue;
+            }
+            EXPECT_EQ(server.call(get_config("running")), before) << operation << done;
+            EXPECT_EQ(reply.errors.size(), 1U);
+            EXPECT_STREQ(reply.errors.front().error.what(), done == 0 ? "the session ends" : "the edit was aborted");
+        }
+        EXPECT_GT(done, 5) << operation;
+    }
+}
+
+TEST(Operations, DoNothingOnceTheyAreStopped)
+{
+    NetconfServer server;
+    server.operations().stop();
+    EXPECT_EQ(server.call(get_config("running")), "operation-failed : the session ends\n");
 }
 
 TEST(Operations, DoNotIncludeOthers)
