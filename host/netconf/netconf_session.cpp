@@ -15,6 +15,7 @@
 
 #include "netconf/event_messages.h"
 #include "netconf/reply_message.h"
+#include "netconf/request_log.h"
 #include "netconf/subscription.h"
 
 namespace qnips
@@ -285,6 +286,8 @@ Reply NetconfSession::reply_to(lyd_node* rpc)
         reply.errors = {{RpcError("resource-denied", {}, "there are as many sessions as this server has")}};
         reply.errors.front().layer = "transport";
     }
+    if (!reply.errors.empty() && environment_.log != nullptr)
+        log_request(*environment_.log, requester_, nullptr, reply, {});
     return reply.errors.empty() ? environment_.operations.execute(requester_, rpc) : std::move(reply);
 }
 

@@ -1,6 +1,5 @@
 #include "netconf/request_check.h"
 
-#include <algorithm>
 #include <climits>
 #include <memory>
 #include <utility>
@@ -10,6 +9,7 @@
 #include <libyang/libyang.h>
 
 #include "netconf/xml_text.h"
+#include "server/edit_attributes.h"
 #include "server/yang_schema.h"
 
 namespace qnips
@@ -19,7 +19,6 @@ namespace
 {
 
 constexpr std::string_view base_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
-constexpr std::string_view yang_namespace = "urn:ietf:params:xml:ns:yang:1";
 constexpr std::string_view defaults_namespace = "urn:ietf:params:xml:ns:netconf:default:1.0";
 constexpr std::string_view xml_namespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view declaration_namespace = "http://www.w3.org/2000/xmlns/";
@@ -215,7 +214,7 @@ private:
         return {found, is_data, is_data && name == "config"};
     }
 
-    // RFC 6241, 7.2, RFC 7950, 7.8.6, and RFC 6243, 4.5.2: the attributes that data of a request may have.
+    // The attributes of an edit, and the one by which a default is marked (RFC 6243, 4.5.2).
     void check_attributes(const std::string& element)
     {
         for (int i = xmlTextReaderMoveToFirstAttribute(reader_.get()); i == 1 && errors_.empty();
@@ -230,29 +229,10 @@ private:
         const std::string_view space = text_of(xmlTextReaderConstNamespaceUri(reader_.get()));
         if (space == declaration_namespace || space == xml_namespace)
             return;
-        const bool is_known = (space == base_namespace && name == "operation") ||
-                              (space == yang_namespace && (name == "insert" || name == "key" || name == "value")) ||
-                              (space == defaults_namespace && name == "default");
-        if (!is_known) {
-            refuse("unknown-attribute", "application",
-                   space.empty() ? fmt::format("the attribute \"{}\" has no namespace, so it has no meaning", name)
-                                 : fmt::format("there is no attribute \"{}\" of the namespace \"{}\"", name, space),
-                   {{"bad-attribute", name}, {"bad-element", element}});
+        if (space == defaults_namespace && name == "default")
             return;
-        }
-        check_value(name, text_of(xmlTextReaderConstValue(reader_.get())), element);
-    }
-
-    void check_value(const std::string& name, std::string_view value, const std::string& element)
-    {
-        static constexpr std::string_view operations[] = {"merge", "replace", "create", "delete", "remove"};
-        static constexpr std::string_view places[] = {"first", "last", "before", "after"};
-        const auto is_one_of = [&](const auto& words) {
-            return std::find(std::begin(words), std::end(words), value) != std::end(words);
-        };
-        if ((name == "operation" && !is_one_of(operations)) || (name == "insert" && !is_one_of(places)))
-            refuse("bad-attribute", "application", fmt::format("\"{}\" is no value of \"{}\"", value, name),
-                   {{"bad-attribute", name}, {"bad-element", element}});
+        if (const auto fault = attribute_fault(name, space, text_of(xmlTextReaderConstValue(reader_.get()))))
+            refuse(fault->tag, "application", fault->reason, {{"bad-attribute", name}, {"bad-element", element}});
     }
 
     const ly_ctx* context_;

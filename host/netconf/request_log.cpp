@@ -124,8 +124,10 @@ void log_request(ServerLog& log, const Requester& requester, const lyd_node* rpc
     if (!log.keeps(level))
         return;
     LogFields fields = fields_of(requester);
-    fields.emplace_back("operation", node_name(rpc));
-    add_datastores(fields, rpc);
+    if (rpc != nullptr) {
+        fields.emplace_back("operation", node_name(rpc));
+        add_datastores(fields, rpc);
+    }
     if (reply.transaction != 0)
         fields.emplace_back("transaction", reply.transaction);
     fields.emplace_back("outcome", reply.errors.empty() ? "ok" : has_failed ? "error" : "warning");

@@ -1,16 +1,14 @@
 #include "server/edit_refusal.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstring>
-#include <span>
 #include <string>
 #include <string_view>
 
 #include <fmt/format.h>
 #include <libyang/libyang.h>
 
+#include "server/edit_attributes.h"
 #include "server/edit_node.h"
 #include "server/libyang_error.h"
 #include "server/yang_schema.h"
@@ -20,9 +18,6 @@ namespace qnips
 
 namespace
 {
-
-constexpr const char* netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
-constexpr const char* yang_namespace = "urn:ietf:params:xml:ns:yang:1";
 
 const lyd_node_opaq* as_opaque(const lyd_node* node)
 {
@@ -95,21 +90,6 @@ void refuse_bad_key(const lyd_node* opaque, const lysc_node* list)
 
 // -------------------------------------------------------------------------------------------------- attributes --
 
-constexpr std::array<std::string_view, 5> operations = {"merge", "replace", "create", "delete", "remove"};
-constexpr std::array<std::string_view, 4> places = {"first", "last", "before", "after"};
-
-struct AttributeRule {
-    std::string_view name;
-    std::string_view prefix; // the usual one, for the advice
-    std::string_view space;
-    std::string_view kind; // of its value
-    std::span<const std::string_view> words;
-};
-constexpr AttributeRule attribute_rules[] = {{"operation", "nc", netconf_namespace, "an operation", operations},
-                                             {"insert", "yang", yang_namespace, "a place", places},
-                                             {"key", "yang", yang_namespace, "", {}},
-                                             {"value", "yang", yang_namespace, "", {}}};
-
 std::string_view view(const xmlChar* text)
 {
     return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
@@ -176,51 +156,11 @@ Place place_of(const ly_ctx* context, const xmlNode* element, const xmlNode* fra
     return place;
 }
 
-// "merge, replace or create"
-std::string alternatives(std::span<const std::string_view> words)
-{
-    std::string text;
-    for (const std::string_view& word : words) {
-        if (!text.empty())
-            text += &word == &words.back() ? " or " : ", ";
-        text += word;
-    }
-    return text;
-}
-
-const AttributeRule* rule_for(std::string_view name)
-{
-    for (const AttributeRule& rule : attribute_rules)
-        if (rule.name == name)
-            return &rule;
-    return nullptr;
-}
-
-std::string unknown_attribute_reason(const xmlAttr* attribute, std::string_view value)
-{
-    const std::string_view name = view(attribute->name);
-    const std::string_view space = space_of(attribute->ns);
-    const AttributeRule* rule = rule_for(name);
-    const std::string subject = space.empty() ? fmt::format("attribute \"{}\" has no namespace", name)
-                                              : fmt::format("attribute \"{}\" of namespace \"{}\"", name, space);
-    const std::string meaning = space.empty() ? "" : " has no meaning here";
-    if (rule == nullptr)
-        return subject + (space.empty() ? " and no meaning here" : meaning);
-    return fmt::format("{}{}; write {}:{}=\"{}\" with xmlns:{}=\"{}\"", subject, meaning, rule->prefix, name, value,
-                       rule->prefix, rule->space);
-}
-
 void check_attribute(const ly_ctx* context, const xmlAttr* attribute, const xmlNode* frame)
 {
-    const AttributeRule* rule = rule_for(view(attribute->name));
-    const std::string_view space = space_of(attribute->ns);
     const auto value = content_of(reinterpret_cast<const xmlNode*>(attribute));
-    if (rule == nullptr || rule->space != space)
-        throw RpcError("unknown-attribute", place_of(context, attribute->parent, frame).path,
-                       unknown_attribute_reason(attribute, value));
-    if (!rule->words.empty() && std::find(rule->words.begin(), rule->words.end(), value) == rule->words.end())
-        throw RpcError("bad-attribute", place_of(context, attribute->parent, frame).path,
-                       fmt::format("\"{}\" is not {}; expected {}", value, rule->kind, alternatives(rule->words)));
+    if (const auto fault = attribute_fault(view(attribute->name), space_of(attribute->ns), value))
+        throw RpcError(fault->tag, place_of(context, attribute->parent, frame).path, fault->reason);
 }
 
 void check_attributes_below(const ly_ctx* context, const xmlNode* parent, const xmlNode* frame)

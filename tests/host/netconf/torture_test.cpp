@@ -121,6 +121,9 @@ TEST_F(Torture, AnswersBrokenMessagesAndGoesOn)
             << broken.message;
         EXPECT_EQ(client.call(get_config("running")), "<data>" + config_with(web) + "</data>") << broken.message;
     }
+    EXPECT_THAT(content_of(folder_.file("log")),
+                HasSubstr("event=request session=1 user=root outcome=error errors=1 tag=malformed-message "
+                          "path=\"\" message=\"the message is no XML"));
 }
 
 // NETCONF 1.0 has no answer to what is no XML (RFC 6241, 3), and to the rest the same.
