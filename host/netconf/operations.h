@@ -1,8 +1,9 @@
 // The operations of a NETCONF server (RFC 6241, 7 and 8; RFC 6022, 3.1), without the messages and sessions around them.
 //
 // Running is read from the device through the module, as is the state; what edits do happens in Datastores. Every
-// request is held against the rules of access control, which are part of what is read. Threads share them, and
-// operations are carried out one after the other, but for what ends another one. This header names no type of the server contract, whose error numbers bear the same names as those of the NETCONF library.
+// request is held against the rules of access control, which are part of what is read. Threads share the operations,
+// which are carried out one after the other, but for the one that ends another. This header names no type of the server
+// contract, whose error numbers bear the same names as those of the NETCONF library.
 #pragma once
 
 #include <array>

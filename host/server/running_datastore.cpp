@@ -143,10 +143,9 @@ void RunningDatastore::send(AppliedEdit& edit, ErrorOption option, const EditWat
                             const std::string& text, EditOutcome& outcome)
 {
     Lap lap;
-    outcome.pass = run_callbacks(edit.changes(), table_, device_,
-                                 {.goes_on = option == ErrorOption::continue_on_error,
-                                  .traces_all = traces_all_,
-                                  .aborts = watch.aborts});
+    outcome.pass = run_callbacks(
+        edit.changes(), table_, device_,
+        {.goes_on = option == ErrorOption::continue_on_error, .traces_all = traces_all_, .aborts = watch.aborts});
     if (outcome.pass.aborted)
         option = ErrorOption::rollback_on_error;
     outcome.times.callbacks = lap.time();

@@ -120,7 +120,8 @@ private:
     void finish(std::int64_t id, CommitOutcome outcome, const std::string& edit, const std::string& lines,
                 const std::string& message);
     void carry_out(AppliedEdit& edit, ErrorOption option, const Author& author, EditOutcome& outcome);
-    void send(AppliedEdit& edit, ErrorOption option, const EditWatch& watch, std::int64_t id, const std::string& text, EditOutcome& outcome);
+    void send(AppliedEdit& edit, ErrorOption option, const EditWatch& watch, std::int64_t id, const std::string& text,
+              EditOutcome& outcome);
     bool stands(AppliedEdit& edit, std::int64_t id, const std::string& text, EditOutcome& outcome);
     void settle(AppliedEdit& edit, ErrorOption option, std::int64_t id, const std::string& text, EditOutcome& outcome);
     bool keep_part(const ConfigTree& attempted, const std::vector<std::string>& refused, const TouchedNodes& touched,

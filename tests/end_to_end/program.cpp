@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "support/argument_vector.h"
+
 namespace qnips::test
 {
 
@@ -54,7 +56,7 @@ private:
 
 constexpr int exec_failed = 127; // as a shell says it
 
-[[noreturn]] void become_program(std::vector<char*>& words, const char* folder, int output, int errors,
+[[noreturn]] void become_program(const ArgumentVector& words, const char* folder, int output, int errors,
                                  const Preparation& prepare)
 {
     if (chdir(folder) != 0 || dup2(output, STDOUT_FILENO) < 0 || dup2(errors, STDERR_FILENO) < 0 ||
@@ -83,11 +85,7 @@ Outcome run_program(const std::vector<std::string>& arguments, const std::filesy
 {
     std::vector<std::string> words = {"qn-ips"};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> pointers; // ends with a null
-    pointers.reserve(words.size() + 1);
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    const ArgumentVector vector(std::move(words));
 
     const Captured output("stdout");
     const Captured errors("stderr");
@@ -95,7 +93,7 @@ Outcome run_program(const std::vector<std::string>& arguments, const std::filesy
     if (child < 0)
         throw_errno("fork");
     if (child == 0)
-        become_program(pointers, folder.c_str(), output.file(), errors.file(), prepare);
+        become_program(vector, folder.c_str(), output.file(), errors.file(), prepare);
 
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {

@@ -12,6 +12,8 @@
 #include <pty.h>
 #include <unistd.h>
 
+#include "support/argument_vector.h"
+
 namespace qnips::test
 {
 
@@ -21,7 +23,7 @@ namespace
 constexpr int patience_ms = 30'000;
 constexpr int exec_failed = 127; // as a shell says it
 
-[[noreturn]] void become_program(std::vector<char*>& words)
+[[noreturn]] void become_program(const ArgumentVector& words)
 {
     if (setenv("QN_IPS_MODULE", QN_IPS_MODULE, 1) == 0 &&
         setenv("QN_IPS_YANG_PATH", QN_IPS_YANG_DIR ":" QN_IPS_IETF_YANG_DIR, 1) == 0 &&
@@ -36,11 +38,7 @@ PseudoTerminal::PseudoTerminal(const std::vector<std::string>& arguments)
 {
     std::vector<std::string> words = {"qn-ips"};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> pointers; // ends with a null
-    pointers.reserve(words.size() + 1);
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    const ArgumentVector vector(std::move(words));
 
     winsize size{};
     size.ws_row = 50;
@@ -49,7 +47,7 @@ PseudoTerminal::PseudoTerminal(const std::vector<std::string>& arguments)
     if (child_ < 0)
         throw std::system_error(errno, std::generic_category(), "forkpty");
     if (child_ == 0)
-        become_program(pointers);
+        become_program(vector);
 }
 
 PseudoTerminal::~PseudoTerminal()

@@ -10,6 +10,9 @@ namespace qnips::test
 // Names written without a prefix belong to the module.
 inline constexpr std::string_view ips_namespace = "urn:quorin:params:xml:ns:yang:quorin-intrusion-prevention";
 
+// The reply to an operation that has nothing to tell.
+inline constexpr std::string_view ok = "<ok/>";
+
 // "<ips-config ...>" around profiles of the virtual system "branch".
 std::string config_with(const std::string& profiles);
 // A profile with a name and what it has.

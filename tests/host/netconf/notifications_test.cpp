@@ -27,7 +27,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr std::string_view ok = "<ok/>";
 const std::string events_namespace = "urn:ietf:params:xml:ns:yang:ietf-netconf-notifications";
 
 std::string subscription(const std::string& content = "")

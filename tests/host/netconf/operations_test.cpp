@@ -281,13 +281,14 @@ TEST(Operations, TakeBackTheEditOfAKilledSession)
 {
     const std::string rich = config_with(
         profile("one", "<description>a</description>") +
-        profile("web", "<description>b</description><signature-sets><signature-set><name>set</name><signature-set-action>"
-                       "<action>alert</action></signature-set-action></signature-set></signature-sets>"));
+        profile("web",
+                "<description>b</description><signature-sets><signature-set><name>set</name><signature-set-action>"
+                "<action>alert</action></signature-set-action></signature-set></signature-sets>"));
     const std::string continued = "<error-option>continue-on-error</error-option>";
-    const std::string copied = "<copy-config><target><running/></target><source><config>" + rich +
-                               "</config></source></copy-config>";
-    for (const std::string& operation : {edit("running", rich), edit("running", rich, continued), copied,
-                                         std::string("<commit/>")}) {
+    const std::string copied =
+        "<copy-config><target><running/></target><source><config>" + rich + "</config></source></copy-config>";
+    for (const std::string& operation :
+         {edit("running", rich), edit("running", rich, continued), copied, std::string("<commit/>")}) {
         int done = 0; // of the questions whether it was killed
         for (bool was_killed = true; was_killed; ++done) {
             NetconfServer server;
@@ -295,8 +296,7 @@ TEST(Operations, TakeBackTheEditOfAKilledSession)
             server.call(edit("candidate", rich));
             const std::string before = server.call(get_config("running"));
             int asked = 0;
-            const Reply reply =
-                server.reply_to({1, {.name = "user1"}, {}, [&] { return asked++ >= done; }}, operation);
+            const Reply reply = server.reply_to({1, {.name = "user1"}, {}, [&] { return asked++ >= done; }}, operation);
             was_killed = !reply.errors.empty();
             if (!was_killed) {
                 EXPECT_THAT(server.call(get_config("running")), HasSubstr("<description>b</description>"));

@@ -21,6 +21,8 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "support/argument_vector.h"
+
 namespace qnips::test
 {
 
@@ -31,7 +33,7 @@ constexpr int patience = 30000; // milliseconds
 constexpr int exec_failed = 127;
 constexpr std::string_view end_of_hello = "]]>]]>";
 
-[[noreturn]] void become_server(std::vector<char*>& words, int output, int log)
+[[noreturn]] void become_server(const ArgumentVector& words, int output, int log)
 {
     if (dup2(output, STDOUT_FILENO) >= 0 && dup2(log, STDERR_FILENO) >= 0 &&
         setenv("QN_IPS_MODULE", QN_IPS_MODULE, 1) == 0 &&
@@ -46,11 +48,7 @@ ServeProcess::ServeProcess(const std::filesystem::path& state, const std::vector
 {
     std::vector<std::string> words = {"qn-ips", "serve", "--state", state.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> pointers; // ends with a null
-    pointers.reserve(words.size() + 1);
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    const ArgumentVector vector(std::move(words));
 
     std::array<int, 2> ends{};
     log_ = memfd_create("log", MFD_CLOEXEC);
@@ -58,7 +56,7 @@ ServeProcess::ServeProcess(const std::filesystem::path& state, const std::vector
         throw std::runtime_error("no log, or no pipe");
     id_ = fork();
     if (id_ == 0)
-        become_server(pointers, ends[1], log_);
+        become_server(vector, ends[1], log_);
     close(ends[1]);
     output_ = ends[0];
     // It says for every place that it serves there, all at once.

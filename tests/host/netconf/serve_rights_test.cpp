@@ -30,7 +30,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr std::string_view ok = "<ok/>";
 const std::string example = QN_IPS_TEST_DATA "/../../../examples/nacm.xml";
 const std::string get_rules =
     get_config("running", subtree("<nacm xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-acm\"/>"));

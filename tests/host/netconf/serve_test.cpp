@@ -24,7 +24,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr std::string_view ok = "<ok/>";
 const std::string web = profile("web", "<description>a</description>");
 
 class Serve : public testing::Test

@@ -25,7 +25,6 @@ namespace
 
 using testing::HasSubstr;
 
-constexpr std::string_view ok = "<ok/>";
 constexpr int session_count = 50;
 constexpr int rounds = 6;
 

@@ -25,7 +25,6 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using Greeting = RawClient::Greeting;
 
-constexpr std::string_view ok = "<ok/>";
 const std::string base = "urn:ietf:params:xml:ns:netconf:base:1.0";
 const std::string web = profile("web", "<description>a</description>");
 
