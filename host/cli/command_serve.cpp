@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <memory>
@@ -124,7 +125,8 @@ private:
     void find_rules()
     {
         const std::filesystem::path usual = settings_.state / "nacm.xml";
-        if (rules_file_.empty() && std::filesystem::exists(usual))
+        std::error_code error; // of what is there and cannot be looked at; reading it says why
+        if (rules_file_.empty() && (std::filesystem::exists(usual, error) || error))
             rules_file_ = usual;
     }
 
@@ -226,7 +228,7 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     recover(datastores);
     Server server(device.schema(), operations, sessions, server_settings(settings, rights, log));
     tell(settings, server, rights, log);
-    server.run([&] {
+    const bool has_ended = server.run([&] {
         while (const std::optional<ServerSignal> signal = signals.next()) {
             if (*signal == ServerSignal::end)
                 return true;
@@ -235,7 +237,9 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
         }
         return false;
     });
-    log.write(LogLevel::info, "stop", {});
+    log.write(LogLevel::info, "stop", {{"sessions", has_ended ? "ended" : "abandoned"}});
+    if (!has_ended)
+        std::_Exit(exit_ok); // everything that counts is in the store
     return exit_ok;
 }
 

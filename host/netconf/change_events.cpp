@@ -5,21 +5,20 @@
 namespace qnips
 {
 
-ChangeCheck ChangeEvents::watched(ChangeCheck check)
+ChangeCheck ChangeEvents::watched(ChangeCheck check, std::vector<ChangedNode>& nodes)
 {
-    nodes_.clear();
     if (!events_.has_subscribers())
         return check;
-    return [this, own = std::move(check)](const ChangeSet& changes) {
+    return [&nodes, own = std::move(check)](const ChangeSet& changes) {
         if (own)
             own(changes);
-        nodes_ = changed_nodes(changes);
+        nodes = changed_nodes(changes);
     };
 }
 
-void ChangeEvents::tell(const Requester& requester, DatastoreName target, const EditOutcome& outcome)
+void ChangeEvents::tell(const Requester& requester, DatastoreName target, const EditOutcome& outcome,
+                        const std::vector<ChangedNode>& nodes)
 {
-    const std::vector<ChangedNode> nodes = std::exchange(nodes_, {});
     using Effect = EditOutcome::Effect;
     if (target == DatastoreName::candidate || (outcome.effect != Effect::whole && outcome.effect != Effect::part))
         return;

@@ -20,17 +20,17 @@ public:
     // Both outlive it.
     ChangeEvents(const YangSchema& schema, EventStream& events) : schema_(schema), events_(events) {}
 
-    // A check of the next edit that also remembers what the edit changes, if anybody listens.
-    ChangeCheck watched(ChangeCheck check);
+    // A check of an edit that also writes down what the edit changes, if anybody listens. `nodes` outlives it.
+    ChangeCheck watched(ChangeCheck check, std::vector<ChangedNode>& nodes);
     // What has become of that edit. Of running and startup it is told; an edit of the candidate changes nothing yet.
-    void tell(const Requester& requester, DatastoreName target, const EditOutcome& outcome);
+    void tell(const Requester& requester, DatastoreName target, const EditOutcome& outcome,
+              const std::vector<ChangedNode>& nodes);
     // What has become of a confirmed commit.
     void tell(const ConfirmedCommitEvent& event);
 
 private:
     const YangSchema& schema_;
     EventStream& events_;
-    std::vector<ChangedNode> nodes_;
 };
 
 } // namespace qnips

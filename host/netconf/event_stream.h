@@ -30,7 +30,7 @@ public:
     // Events that wait for the client at most.
     static constexpr std::size_t capacity = 256;
 
-    // Whether an event is for this subscriber; it must throw nothing.
+    // Whether an event may be told to this subscriber; it must throw nothing, and cost little.
     using Wants = std::function<bool(const lyd_node*)>;
 
     // `wakes` is called when there is something new, `overflows` when an event is lost because the subscriber does not

@@ -115,17 +115,22 @@ NetconfSession::~NetconfSession() = default;
 
 void NetconfSession::run()
 {
-    try {
-        if (begin()) {
-            work();
-            end();
+    for (const auto step : {&NetconfSession::begin_and_work, &NetconfSession::end}) {
+        try {
+            (this->*step)();
+        } catch (const std::exception& error) {
+            tell(LogLevel::error, "session-failed", {{"message", error.what()}});
         }
-    } catch (const std::exception& error) {
-        tell(LogLevel::error, "session-failed", {{"message", error.what()}});
     }
     library_.reset();
     socket_.reset(); // what the pipe sees
     nc_thread_destroy();
+}
+
+void NetconfSession::begin_and_work()
+{
+    if (begin())
+        work();
 }
 
 bool NetconfSession::begin()
@@ -137,9 +142,8 @@ bool NetconfSession::begin()
         return false;
     requester_ = {nc_session_get_id(library_->session), login_.user, login_.source, [this] { return killed_by_ != 0; }};
     last_request_ = Clock::now();
-    is_refused_ = environment_.admitted.fetch_add(1) >= environment_.max_sessions;
+    is_refused_ = !is_admitted();
     if (is_refused_) {
-        environment_.admitted.fetch_sub(1);
         tell(LogLevel::warning, "session-refused", {{"reason", "limit"}});
         return true;
     }
@@ -155,11 +159,24 @@ bool NetconfSession::begin()
     return true;
 }
 
+// The local administrator gets in when others keep all the places.
+bool NetconfSession::is_admitted()
+{
+    constexpr std::size_t reserved = 4;
+    const std::size_t places = environment_.max_sessions + (login_.user.is_recovery ? reserved : 0);
+    is_counted_ = environment_.admitted.fetch_add(1) < places;
+    if (!is_counted_)
+        environment_.admitted.fetch_sub(1);
+    return is_counted_;
+}
+
+// Undoes what begin() has done, as far as that came.
 void NetconfSession::end()
 {
-    if (is_refused_)
+    if (!is_counted_)
         return;
     stage_ = SessionStage::leaving;
+    environment_.admitted.fetch_sub(1);
     environment_.open.remove(requester_.session);
     if (queue_) {
         environment_.events.unsubscribe(queue_);
@@ -169,7 +186,6 @@ void NetconfSession::end()
     const SessionEndReason reason = end_reason();
     environment_.table.remove(requester_.session,
                               reason != SessionEndReason::closed && reason != SessionEndReason::killed);
-    environment_.admitted.fetch_sub(1);
     tell(LogLevel::info, "session-end", {{"reason", text_of(reason)}});
     publish_session_end(environment_.events, environment_.schema, requester_, text_of(reason), killed_by_);
 }
@@ -263,7 +279,9 @@ bool NetconfSession::answers_request()
 void NetconfSession::count(int result)
 {
     SessionTable& table = environment_.table;
-    const bool is_bad = (result & NC_PSPOLL_BAD_RPC) != 0 || !refusals_.front().empty();
+    const std::vector<ReplyError> refusals = refusals_.front();
+    // What the layer of requests finds wrong (RFC 6022, in-bad-rpcs); operations and data are further up.
+    const bool is_bad = (result & NC_PSPOLL_BAD_RPC) != 0 || (!refusals.empty() && refusals.front().layer == "rpc");
     table.count(requester_.session, is_bad ? &SessionCounters::in_bad_rpcs : &SessionCounters::in_rpcs);
     if ((result & (NC_PSPOLL_REPLY_ERROR | NC_PSPOLL_BAD_RPC)) != 0)
         table.count(requester_.session, &SessionCounters::out_rpc_errors);
@@ -297,13 +315,12 @@ void NetconfSession::subscribe(const lyd_node* rpc)
 {
     if (queue_)
         throw RpcError("operation-failed", {}, "the session has a subscription already");
-    const std::shared_ptr<const Subscription> subscription = read_subscription(rpc);
-    const auto wants = [subscription, &operations = environment_.operations,
-                        requester = requester_](const lyd_node* event) {
-        return subscription->selects(event) && operations.may_receive(requester, event);
+    subscription_ = read_subscription(environment_.schema, rpc);
+    const auto may_receive = [&operations = environment_.operations, requester = requester_](const lyd_node* event) {
+        return operations.may_receive(requester, event);
     };
     queue_ = std::make_shared<EventQueue>(
-        wants, subscription->stop_time(), [this] { wake(); }, [this] { give_up(); });
+        may_receive, subscription_->stop_time(), [this] { wake(); }, [this] { give_up(); });
     nc_session_inc_notif_status(library_->session);
     environment_.events.subscribe(queue_);
 }
@@ -314,7 +331,8 @@ bool NetconfSession::sends_events()
     while (queue_) {
         const bool is_over = queue_->stop_time() && *queue_->stop_time() <= std::time(nullptr);
         const std::optional<Event> event = queue_->pop();
-        if (event && !send(*event))
+        // Here, where it keeps nobody else waiting: what a client selects may cost any time.
+        if (event && subscription_->selects(event->tree.get()) && !send(*event))
             return false;
         if (event)
             continue;

@@ -28,6 +28,7 @@ namespace qnips
 {
 
 class NetconfSession;
+class Subscription;
 
 // The sessions that can be killed, by their number. Threads share it.
 class OpenSessions
@@ -54,7 +55,7 @@ struct SessionEnvironment {
     SessionTable& table;
     EventStream& events;
     ServerLog* log = nullptr;
-    std::size_t max_sessions = 0;
+    std::size_t max_sessions = 0;       // and some more for the local administrator, who can end others
     std::chrono::seconds idle_limit{0}; // 0: none
     OpenSessions open{};
     std::atomic<std::size_t> admitted = 0;
@@ -101,7 +102,9 @@ public:
 private:
     struct Library;
 
+    void begin_and_work();
     bool begin();
+    bool is_admitted();
     void work();
     bool answers_request();
     bool wait();
@@ -128,7 +131,9 @@ private:
     std::unique_ptr<Library> library_;
     Requester requester_;
     std::shared_ptr<EventQueue> queue_; // of a session with a subscription
+    std::shared_ptr<const Subscription> subscription_;
     std::chrono::steady_clock::time_point last_request_{};
+    bool is_counted_ = false; // among those that were admitted
     bool is_refused_ = false; // there are as many sessions as may be
     bool has_idled_out_ = false;
     std::atomic<SessionStage>& stage_;

@@ -97,8 +97,8 @@ struct Operations::Row {
 const Operations::Row* Operations::row_of(const lyd_node* rpc)
 {
     static constexpr Row rows[] = {
-        {netconf_module, "get", &Operations::get},
-        {netconf_module, "get-config", &Operations::get_config},
+        {netconf_module, "get", &Operations::get, Turn::own},
+        {netconf_module, "get-config", &Operations::get_config, Turn::own},
         {netconf_module, "edit-config", &Operations::edit_config},
         {netconf_module, "copy-config", &Operations::copy_config},
         {netconf_module, "delete-config", &Operations::delete_config},
@@ -124,6 +124,8 @@ Reply Operations::execute(const Requester& requester, const lyd_node* rpc)
     std::unique_lock turn(mutex_, std::defer_lock);
     if (row == nullptr || row->turn == Turn::awaited)
         turn.lock();
+    if (turn.owns_lock())
+        datastores_.trace_all(log_ != nullptr && log_->keeps(LogLevel::trace)); // which can change between requests
     const auto start = std::chrono::steady_clock::now();
     Reply reply = carried_out(row, requester, rpc);
     if (log_ != nullptr)
@@ -169,6 +171,14 @@ void Operations::stop()
 }
 
 // ------------------------------------------------------------------------------------------------------- reads --
+
+// What is read is selected from when the next operation has its turn: what a client selects may cost any time.
+template <class Read>
+TreePtr Operations::in_turn(Read read)
+{
+    const std::lock_guard turn(mutex_);
+    return read();
+}
 
 TreePtr Operations::configuration(DatastoreName name) const
 {
@@ -239,9 +249,12 @@ std::vector<HeldLock> Operations::held_locks() const
 Reply Operations::get(const Requester& requester, const lyd_node* rpc)
 {
     const Filter filter(rpc);
-    TreePtr data = state(filter);
-    if (filter.may_select(schema_.module()->ns, "ips-config"))
-        append(data, configuration(DatastoreName::running));
+    TreePtr data = in_turn([&] {
+        TreePtr all = state(filter);
+        if (filter.may_select(schema_.module()->ns, "ips-config"))
+            append(all, configuration(DatastoreName::running));
+        return all;
+    });
     if (filter.may_select(access_namespace, "nacm"))
         append(data, access_.state(schema_));
     return with_data(reported(requester, std::move(data), rpc, filter), read_defaults(rpc));
@@ -252,7 +265,7 @@ Reply Operations::get_config(const Requester& requester, const lyd_node* rpc)
 {
     const DatastoreName source = read_datastore(rpc, "source");
     const Filter filter(rpc);
-    TreePtr data = configuration(source);
+    TreePtr data = in_turn([&] { return configuration(source); });
     if (filter.may_select(access_namespace, "nacm"))
         append(data, access_.configuration());
     return with_data(reported(requester, std::move(data), rpc, filter), read_defaults(rpc));
@@ -272,17 +285,18 @@ Reply Operations::get_schema(const Requester&, const lyd_node* rpc)
 
 // ------------------------------------------------------------------------------------------------------- edits --
 
-EditWatch Operations::watch(const Requester& requester) const
+// `nodes` gets what the edit changes, if anybody wants to be told.
+EditWatch Operations::watch(const Requester& requester, std::vector<ChangedNode>& nodes) const
 {
-    datastores_.trace_all(log_ != nullptr && log_->keeps(LogLevel::trace)); // which can change between requests
     ChangeCheck check = check_of(access_, requester.user);
-    return {events_ ? events_->watched(std::move(check)) : check, requester.is_killed};
+    return {events_ ? events_->watched(std::move(check), nodes) : check, requester.is_killed};
 }
 
-Reply Operations::edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome) const
+Reply Operations::edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome,
+                         const std::vector<ChangedNode>& nodes) const
 {
     if (events_)
-        events_->tell(requester, target, outcome);
+        events_->tell(requester, target, outcome, nodes);
     if (log_ != nullptr)
         log_transaction(*log_, requester, outcome);
     return reply_of(outcome);
@@ -292,9 +306,10 @@ Reply Operations::edit_config(const Requester& requester, const lyd_node* rpc)
 {
     const EditRequest request = read_edit_request(rpc);
     refuse_access_rules(request.edit);
-    return edited(
-        requester, request.target,
-        datastores_.edit_config(requester.session, requester.user.name, request.target, request, watch(requester)));
+    std::vector<ChangedNode> nodes;
+    const EditOutcome outcome = datastores_.edit_config(requester.session, requester.user.name, request.target, request,
+                                                        watch(requester, nodes));
+    return edited(requester, request.target, outcome, nodes);
 }
 
 Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
@@ -312,20 +327,16 @@ Reply Operations::copy_config(const Requester& requester, const lyd_node* rpc)
     const bool is_saved = name != nullptr && *name == DatastoreName::running && target == DatastoreName::startup;
     if (!is_saved && (name == nullptr || *name != target))
         source = readable_source(access_, requester.user, datastores_, std::move(source));
-    return edited(
-        requester, target,
-        datastores_.copy_config(requester.session, requester.user.name, target, std::move(source), watch(requester)));
+    std::vector<ChangedNode> nodes;
+    const EditOutcome outcome = datastores_.copy_config(requester.session, requester.user.name, target,
+                                                        std::move(source), watch(requester, nodes));
+    return edited(requester, target, outcome, nodes);
 }
 
 Reply Operations::delete_config(const Requester& requester, const lyd_node* rpc)
 {
     const DatastoreName target = read_datastore(rpc, "target");
-    datastores_.delete_config(requester.session, target);
-    EditOutcome outcome;
-    outcome.effect = EditOutcome::Effect::whole;
-    if (events_)
-        events_->tell(requester, target, outcome);
-    return {};
+    return edited(requester, target, datastores_.delete_config(requester.session, target), {});
 }
 
 Reply Operations::validate(const Requester& requester, const lyd_node* rpc)
@@ -339,14 +350,16 @@ Reply Operations::validate(const Requester& requester, const lyd_node* rpc)
 
 Reply Operations::commit(const Requester& requester, const lyd_node* rpc)
 {
-    return edited(requester, DatastoreName::running,
-                  datastores_.commit(requester.session, requester.user.name, read_commit(rpc), watch(requester)));
+    std::vector<ChangedNode> nodes;
+    const EditOutcome outcome =
+        datastores_.commit(requester.session, requester.user.name, read_commit(rpc), watch(requester, nodes));
+    return edited(requester, DatastoreName::running, outcome, nodes);
 }
 
 Reply Operations::cancel_commit(const Requester& requester, const lyd_node* rpc)
 {
     return edited(requester, DatastoreName::running,
-                  datastores_.cancel_commit(requester.session, requester.user.name, read_leaf(rpc, "persist-id")));
+                  datastores_.cancel_commit(requester.session, requester.user.name, read_leaf(rpc, "persist-id")), {});
 }
 
 Reply Operations::discard_changes(const Requester& requester, const lyd_node*)

@@ -34,6 +34,7 @@ class ChangeEvents;
 class EventStream;
 class Filter;
 class ServerLog;
+struct ChangedNode;
 struct EditOutcome;
 struct HeldLock;
 
@@ -111,13 +112,16 @@ private:
     Reply get_schema(const Requester& requester, const lyd_node* rpc);
     Reply create_subscription(const Requester& requester, const lyd_node* rpc);
 
+    template <class Read>
+    TreePtr in_turn(Read read);
     [[nodiscard]] TreePtr configuration(DatastoreName name) const;
     [[nodiscard]] TreePtr device_state() const;
     [[nodiscard]] TreePtr state(const Filter& filter) const;
     [[nodiscard]] TreePtr reported(const Requester& requester, TreePtr data, const lyd_node* rpc,
                                    const Filter& filter) const;
-    [[nodiscard]] EditWatch watch(const Requester& requester) const;
-    Reply edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome) const;
+    [[nodiscard]] EditWatch watch(const Requester& requester, std::vector<ChangedNode>& nodes) const;
+    Reply edited(const Requester& requester, DatastoreName target, const EditOutcome& outcome,
+                 const std::vector<ChangedNode>& nodes) const;
     [[nodiscard]] std::vector<HeldLock> held_locks() const;
 
     const YangSchema& schema_;

@@ -65,6 +65,11 @@ std::vector<std::string> announced_capabilities(ly_ctx* context)
     return capabilities;
 }
 
+struct Stopper {
+    std::atomic<bool>& stops;
+    ~Stopper() { stops = true; }
+};
+
 struct Listener {
     FileDescriptor socket;
     Connection::Transport transport;
@@ -80,7 +85,7 @@ public:
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
-    void run(const std::function<bool()>& stop);
+    bool run(const std::function<bool()>& stop);
     [[nodiscard]] const std::vector<SshEndpoint>& ssh_endpoints() const { return settings_.ssh; }
 
 private:
@@ -89,7 +94,7 @@ private:
     void accept_client_of(const Listener& listener);
     void make_room();
     void forget_ended();
-    void end_all();
+    bool end_all();
 
     ServerSettings settings_;
     EventStream events_;
@@ -196,32 +201,41 @@ void Server::Implementation::forget_ended()
     connections_.remove_if([](const Connection& connection) { return connection.has_ended(); });
 }
 
-void Server::Implementation::end_all()
+// False when there are clients whose requests cannot be ended.
+bool Server::Implementation::end_all()
 {
     environment_.stops = true;
     environment_.operations.stop();
     environment_.open.wake_all();
-    const auto deadline = RelayClock::now() + last_answers;
-    for (Connection& connection : connections_) {
-        while (!connection.has_ended() && connection.stage() != SessionStage::newcomer && RelayClock::now() < deadline)
+    const auto ends_until = [this](RelayClock::time_point deadline) {
+        const auto is_waited_for = [](const Connection& connection) {
+            return !connection.has_ended() && connection.stage() != SessionStage::newcomer;
+        };
+        while (std::ranges::any_of(connections_, is_waited_for) && RelayClock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        return std::ranges::none_of(connections_, is_waited_for);
+    };
+    const bool has_ended = ends_until(RelayClock::now() + last_answers);
+    for (Connection& connection : connections_)
         connection.abort();
-    }
+    if (!has_ended && !ends_until(RelayClock::now() + last_answers))
+        return false;
     connections_.clear();
+    return true;
 }
 
-void Server::Implementation::run(const std::function<bool()>& stop)
+bool Server::Implementation::run(const std::function<bool()>& stop)
 {
     {
         const std::jthread accepting([this] { accept_clients(); });
+        const Stopper stopper{environment_.stops}; // the thread ends by it, whatever happens here
         while (!stop()) {
             std::this_thread::sleep_for(tick);
             forget_ended();
             environment_.operations.tick();
         }
-        environment_.stops = true;
     }
-    end_all();
+    return end_all();
 }
 
 Server::Server(const YangSchema& schema, Operations& operations, SessionTable& sessions, ServerSettings settings)
@@ -236,9 +250,9 @@ const std::vector<SshEndpoint>& Server::ssh_endpoints() const
     return implementation_->ssh_endpoints();
 }
 
-void Server::run(const std::function<bool()>& stop)
+bool Server::run(const std::function<bool()>& stop)
 {
-    implementation_->run(stop);
+    return implementation_->run(stop);
 }
 
 } // namespace qnips

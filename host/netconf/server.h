@@ -60,9 +60,10 @@ public:
     // Where it listens for SSH, with the ports that it has got.
     [[nodiscard]] const std::vector<SshEndpoint>& ssh_endpoints() const;
 
-    // Serves until `stop` says so; it is asked several times a second. The request in progress is finished first, then
-    // all sessions end.
-    void run(const std::function<bool()>& stop);
+    // Serves until `stop` says so; it is asked several times a second. The operation in progress is finished first,
+    // then all sessions end. False when one cannot end, because what its client has selected is evaluated for ever: no
+    // operation is in progress then, and the process may end; the server's destructor would wait.
+    [[nodiscard]] bool run(const std::function<bool()>& stop);
 
 private:
     class Implementation;

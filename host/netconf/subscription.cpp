@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <libyang/libyang.h>
 
+#include "netconf/event_messages.h"
 #include "netconf/request_parameters.h"
 #include "server/libyang_error.h"
 #include "server/rpc_error.h"
@@ -47,7 +48,7 @@ bool Subscription::selects(const lyd_node* notification) const
     }
 }
 
-std::shared_ptr<const Subscription> read_subscription(const lyd_node* rpc)
+std::shared_ptr<const Subscription> read_subscription(const YangSchema& schema, const lyd_node* rpc)
 {
     if (const auto stream = read_leaf(rpc, "stream"); stream && *stream != only_stream)
         throw RpcError("invalid-value", fmt::format("{}/stream", instance_path(rpc)),
@@ -55,7 +56,9 @@ std::shared_ptr<const Subscription> read_subscription(const lyd_node* rpc)
     if (read_leaf(rpc, "startTime"))
         throw RpcError("operation-not-supported", fmt::format("{}/startTime", instance_path(rpc)),
                        "the server keeps no earlier events");
-    return std::make_shared<const Subscription>(copy(rpc), read_stop_time(rpc));
+    auto subscription = std::make_shared<const Subscription>(copy(rpc), read_stop_time(rpc));
+    subscription->try_filter(notification_complete(schema));
+    return subscription;
 }
 
 } // namespace qnips

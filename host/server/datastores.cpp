@@ -99,8 +99,7 @@ EditOutcome Datastores::edit_startup(const EditRequest& request, const ChangeChe
     if (edit.changes().empty() || request.test_option == TestOption::test_only)
         return stored(false);
     edit.commit();
-    startup_.write(tree);
-    return stored(true);
+    return stored(startup_.write(tree));
 }
 
 EditOutcome Datastores::copy_config(SessionId session, const std::string& user, DatastoreName target, Source source,
@@ -119,8 +118,7 @@ EditOutcome Datastores::copy_config(SessionId session, const std::string& user, 
     case DatastoreName::startup:
         break;
     }
-    copy_to_startup(source, watch.check);
-    return stored(true);
+    return stored(copy_to_startup(source, watch.check));
 }
 
 void Datastores::copy_to_candidate(Source source, const ChangeCheck& check)
@@ -135,7 +133,7 @@ void Datastores::copy_to_candidate(Source source, const ChangeCheck& check)
     candidate_.replace(std::move(goal));
 }
 
-void Datastores::copy_to_startup(const Source& source, const ChangeCheck& check)
+bool Datastores::copy_to_startup(const Source& source, const ChangeCheck& check)
 {
     if (const auto* tree = std::get_if<ConfigTree>(&source)) {
         check_replacement(check, startup(), *tree);
@@ -146,7 +144,7 @@ void Datastores::copy_to_startup(const Source& source, const ChangeCheck& check)
         check_replacement(check, startup(), candidate());
         validate(source);
     }
-    startup_.write(std::get<DatastoreName>(source) == DatastoreName::candidate ? candidate() : running());
+    return startup_.write(std::get<DatastoreName>(source) == DatastoreName::candidate ? candidate() : running());
 }
 
 ConfigTree Datastores::tree_of(Source source) const
@@ -164,12 +162,12 @@ ConfigTree Datastores::tree_of(Source source) const
     return startup();
 }
 
-void Datastores::delete_config(SessionId session, DatastoreName target)
+EditOutcome Datastores::delete_config(SessionId session, DatastoreName target)
 {
     if (target != DatastoreName::startup)
         throw RpcError("operation-not-supported", {}, fmt::format("{} cannot be deleted", datastore_word(target)));
     require_access(session, target);
-    startup_.remove();
+    return stored(startup_.remove());
 }
 
 // --------------------------------------------------------------------------------------------- locks, validate --

@@ -98,7 +98,7 @@ public:
                             const EditWatch& watch = {});
 
     // A <delete-config> (7.4). Only startup can be deleted; one that is not there is no error.
-    void delete_config(SessionId session, DatastoreName target);
+    EditOutcome delete_config(SessionId session, DatastoreName target);
 
     // A <lock> (7.5). "lock-denied" with the holder when it is locked, by the session itself as well; "in-use" for a
     // candidate with changes, and for running while a confirmed commit of another session is pending.
@@ -142,7 +142,7 @@ private:
 
     void require_access(SessionId session, DatastoreName name);
     EditOutcome edit_startup(const EditRequest& request, const ChangeCheck& check);
-    void copy_to_startup(const Source& source, const ChangeCheck& check);
+    bool copy_to_startup(const Source& source, const ChangeCheck& check);
     void copy_to_candidate(Source source, const ChangeCheck& check);
     [[nodiscard]] ConfigTree tree_of(Source source) const;
     EditOutcome commit_candidate(const std::string& user, const EditWatch& watch);

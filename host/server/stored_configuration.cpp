@@ -35,15 +35,25 @@ std::optional<ConfigTree> StoredConfiguration::read() const
     }
 }
 
-void StoredConfiguration::write(const ConfigTree& tree)
+bool StoredConfiguration::write(const ConfigTree& tree)
 {
     const std::string text = tree_text(tree.first());
-    asked([&] { store_.set_document(name_, text); });
+    return asked([&] {
+        if (store_.document(name_) == text)
+            return false;
+        store_.set_document(name_, text);
+        return true;
+    });
 }
 
-void StoredConfiguration::remove()
+bool StoredConfiguration::remove()
 {
-    asked([&] { store_.remove_document(name_); });
+    return asked([&] {
+        if (!store_.document(name_))
+            return false;
+        store_.remove_document(name_);
+        return true;
+    });
 }
 
 } // namespace qnips

@@ -24,9 +24,10 @@ public:
     // nullopt when there is none. Throws RpcError, also for a text that is no valid configuration.
     [[nodiscard]] std::optional<ConfigTree> read() const;
 
-    // Throws RpcError; the document is then what it was before. Removing one that is not there is no error.
-    void write(const ConfigTree& tree);
-    void remove();
+    // Whether it is another one now. Throws RpcError; the document is then what it was before. Removing one that is not
+    // there is no error.
+    bool write(const ConfigTree& tree);
+    bool remove();
 
 private:
     const YangSchema& schema_;

@@ -183,6 +183,44 @@ TEST_F(Notifications, TellOfConfirmedCommits)
                 AllOf(HasSubstr("<confirm-event>timeout</confirm-event>"), Not(HasSubstr("<username>"))));
 }
 
+// An edit that was refused is nobody's, and not part of what comes next.
+TEST_F(Notifications, TellNothingOfWhatWasRefused)
+{
+    RawClient listener(socket());
+    EXPECT_EQ(listener.call(of_kind("netconf-config-change")), ok);
+    RawClient editor(socket());
+    EXPECT_EQ(editor.call(edit("candidate", config_with(profile("web")))), ok);
+    EXPECT_EQ(editor.call("<commit><confirmed/></commit>"), ok);
+    EXPECT_THAT(listener.receive(), HasSubstr("qn-ips:ips-config</target>"));
+    const std::string invalid = fmt::format("<ips-config xmlns=\"{}\"><user-defined-ips><vsys><name>public</name>"
+                                            "<ips-enable>false</ips-enable></vsys></user-defined-ips></ips-config>",
+                                            ips_namespace);
+    EXPECT_THAT(editor.call(edit("running", invalid)), HasSubstr("<rpc-error>"));
+    EXPECT_EQ(editor.call(with_target("delete-config", "startup")), ok); // there is none
+    EXPECT_EQ(editor.call("<cancel-commit/>"), ok);
+    EXPECT_THAT(listener.receive(),
+                AllOf(HasSubstr("<datastore>running</datastore>"), Not(HasSubstr("public")), Not(HasSubstr("<edit>"))));
+    const std::string saved = "<copy-config><target><startup/></target><source><running/></source></copy-config>";
+    EXPECT_EQ(editor.call(edit("running", config_with(profile("mail")))), ok);
+    EXPECT_THAT(listener.receive(), HasSubstr("qn-ips:ips-config</target>"));
+    EXPECT_EQ(editor.call(saved), ok);
+    EXPECT_THAT(listener.receive(), HasSubstr("<datastore>startup</datastore>"));
+    EXPECT_EQ(editor.call(saved), ok); // is the same
+    EXPECT_EQ(editor.call(with_target("delete-config", "startup")), ok);
+    EXPECT_THAT(listener.receive(), HasSubstr("<datastore>startup</datastore>"));
+    EXPECT_EQ(editor.call(edit("running", config_with(profile("last")))), ok);
+    EXPECT_THAT(listener.receive(), HasSubstr("last"));
+}
+
+TEST_F(Notifications, RefuseFiltersThatSelectNothing)
+{
+    RawClient listener(socket());
+    for (const char* expression : {"1+1", "//*[", "none:x"})
+        EXPECT_THAT(listener.call(subscription(fmt::format("<filter type=\"xpath\" select=\"{}\"/>", expression))),
+                    HasSubstr("<rpc-error>"))
+            << expression;
+}
+
 TEST_F(Notifications, ComeBetweenReplies)
 {
     RawClient client(socket());

@@ -157,6 +157,41 @@ TEST_F(ServeRights, AnotherUserOfTheMachineHasWhatRulesGive)
     EXPECT_THAT(answers(), testing::EndsWith(" <ok/>"));
 }
 
+TEST_F(ServeRights, OthersCannotKeepTheAdministratorOut)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can be somebody else";
+    constexpr uid_t nobody = 65534;
+    const std::string settings = folder_.file("settings.toml");
+    write_file(settings, fmt::format("[unix]\nsocket = \"{}\"\nmode = \"0666\"\n[limits]\nsessions = 2\n", socket()));
+    start({"--config", settings});
+    ChildProcess child([&](const Reports& reports) {
+        if (setgid(nobody) != 0 || setuid(nobody) != 0)
+            throw std::runtime_error("setuid");
+        RawClient one(socket());
+        RawClient two(socket());
+        one.call(get_config("running"));
+        two.call(get_config("running"));
+        RawClient three(socket());
+        reports.say(three.call(get_config("running")));
+        pause();
+    });
+    EXPECT_THAT(child.line(), HasSubstr("resource-denied"));
+    RawClient administrator(socket());
+    EXPECT_EQ(administrator.call(get_config("running")), "<data/>");
+    child.kill();
+}
+
+TEST_F(ServeRights, RulesThatCannotBeLookedAtAreRefused)
+{
+    start({"--unix", socket()});
+    std::filesystem::create_symlink("nacm.xml", in_state("nacm.xml"));
+    reload_until("event=reload what=access-rules file=" + in_state("nacm.xml") + " outcome=error message=");
+    RawClient client(socket());
+    EXPECT_EQ(client.call(get_rules), "<data/>");
+    server_->stop();
+}
+
 TEST_F(ServeRights, NewRulesHoldAfterSighupAndBadOnesDoNot)
 {
     start({"--unix", socket()});

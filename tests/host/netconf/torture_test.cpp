@@ -272,6 +272,37 @@ TEST_F(Torture, LetsSlowReadersKeepNobodyWaiting)
     server_->stop();
 }
 
+// An expression over all data that costs more than anybody's time.
+const std::string for_ever =
+    "<get><filter type=\"xpath\" select=\"//*[count(//*[count(//*[count(//*)>0])>0])>0]\"/></get>";
+
+TEST_F(Torture, LetsCostlyFiltersKeepNobodyWaiting)
+{
+    start();
+    RawClient client(socket());
+    EXPECT_EQ(client.call(edit("running", config_with(web))), ok);
+    client.send(request(for_ever));
+    for (int i = 0; i < 3; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        expect_service();
+    }
+    server_->stop();
+    EXPECT_THAT(content_of(folder_.file("log")), HasSubstr("event=stop sessions=abandoned"));
+}
+
+TEST_F(Torture, CountsAsBadWhatIsNoRequest)
+{
+    start();
+    RawClient client(socket());
+    const std::string counters = "<get><filter type=\"subtree\"><netconf-state "
+                                 "xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring\"><statistics/>"
+                                 "</netconf-state></filter></get>";
+    EXPECT_THAT(client.answer_to(request("<none/>")), HasSubstr("operation-not-supported"));
+    EXPECT_THAT(client.call(counters), HasSubstr("<in-bad-rpcs>0</in-bad-rpcs><out-rpc-errors>1</out-rpc-errors>"));
+    EXPECT_THAT(client.answer_to("<rpc"), HasSubstr("malformed-message"));
+    EXPECT_THAT(client.call(counters), HasSubstr("<in-bad-rpcs>1</in-bad-rpcs><out-rpc-errors>2</out-rpc-errors>"));
+}
+
 TEST_F(Torture, AnswersAClientThatHasSentItsLast)
 {
     start();
@@ -289,15 +320,17 @@ TEST_F(Torture, AnswersAClientThatHasSentItsLast)
 TEST_F(Torture, RefusesSessionsOverTheLimitClearly)
 {
     start("sessions = 2\n");
-    RawClient one(socket());
-    RawClient two(socket());
-    EXPECT_EQ(two.call(get_config("running")), "<data/>");
-    RawClient three(socket());
-    EXPECT_THAT(three.call(get_config("running")), AllOf(HasSubstr("<error-type>transport</error-type>"),
-                                                         HasSubstr("<error-tag>resource-denied</error-tag>")));
-    EXPECT_EQ(three.receive(), "");
-    EXPECT_EQ(one.call("<close-session/>"), ok);
-    EXPECT_EQ(one.receive(), "");
+    std::vector<std::unique_ptr<RawClient>> clients;
+    for (int i = 0; i < 6; ++i) { // the local administrator has four places more
+        clients.push_back(std::make_unique<RawClient>(socket()));
+        EXPECT_EQ(clients.back()->call(get_config("running")), "<data/>");
+    }
+    RawClient last(socket());
+    EXPECT_THAT(last.call(get_config("running")), AllOf(HasSubstr("<error-type>transport</error-type>"),
+                                                        HasSubstr("<error-tag>resource-denied</error-tag>")));
+    EXPECT_EQ(last.receive(), "");
+    EXPECT_EQ(clients.front()->call("<close-session/>"), ok);
+    EXPECT_EQ(clients.front()->receive(), "");
     EXPECT_TRUE(becomes_true([&] {
         RawClient next(socket());
         return next.call(get_config("running")) == "<data/>";
