@@ -26,7 +26,7 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
     target_link_options(qn_ips_allocator INTERFACE "LINKER:--undefined=mi_version")
 endif()
 
-if(BUILD_TESTING OR QN_IPS_BUILD_FUZZ)
+if(BUILD_TESTING OR QN_IPS_BUILD_FUZZ OR QN_IPS_BUILD_BENCH)
     find_package(GTest REQUIRED)
 endif()
 if(QN_IPS_BUILD_BENCH)
