@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <ctime>
 #include <exception>
+#include <system_error>
 #include <utility>
 
 #include <libyang/libyang.h>
@@ -109,28 +111,29 @@ NetconfSession::NetconfSession(SessionEnvironment& environment, Login login, Ref
     : environment_(environment), login_(std::move(login)), refusals_(refusals), socket_(std::move(socket)),
       wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), library_(std::make_unique<Library>()), stage_(stage)
 {
+    if (wake_.get() < 0)
+        throw std::system_error(errno, std::generic_category(), "no way to wake a session");
 }
 
 NetconfSession::~NetconfSession() = default;
 
 void NetconfSession::run()
 {
-    for (const auto step : {&NetconfSession::begin_and_work, &NetconfSession::end}) {
+    const auto carry_out = [this](auto step) {
         try {
-            (this->*step)();
+            step();
         } catch (const std::exception& error) {
             tell(LogLevel::error, "session-failed", {{"message", error.what()}});
         }
-    }
+    };
+    carry_out([this] {
+        if (begin())
+            work();
+    });
+    carry_out([this] { end(); });
     library_.reset();
     socket_.reset(); // what the pipe sees
     nc_thread_destroy();
-}
-
-void NetconfSession::begin_and_work()
-{
-    if (begin())
-        work();
 }
 
 bool NetconfSession::begin()

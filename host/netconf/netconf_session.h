@@ -102,7 +102,6 @@ public:
 private:
     struct Library;
 
-    void begin_and_work();
     bool begin();
     bool is_admitted();
     void work();
