@@ -6,12 +6,14 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -47,25 +49,80 @@ std::string numeric(const sockaddr* address, socklen_t size)
     return text.data();
 }
 
-} // namespace
-
-FileDescriptor listen_on_socket(const std::filesystem::path& path, unsigned mode)
+sockaddr_un address_of(const std::filesystem::path& path)
 {
-    std::error_code ignored;
-    if (std::filesystem::exists(path, ignored) && !std::filesystem::is_socket(path, ignored))
-        throw std::runtime_error(fmt::format("{} is there and is no socket", path.string()));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.native().size() >= sizeof address.sun_path)
         throw std::runtime_error(fmt::format("{} is too long for the path of a socket", path.string()));
     std::memcpy(address.sun_path, path.c_str(), path.native().size());
+    return address;
+}
 
-    std::filesystem::remove(path, ignored);
-    FileDescriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+[[noreturn]] void cannot_listen(const std::filesystem::path& path, std::string_view reason)
+{
+    throw std::runtime_error(fmt::format("cannot listen on the socket {}: {}", path.string(), reason));
+}
+
+// Only a socket on which nobody listens may go, so that no server loses its clients to another.
+void clear(const std::filesystem::path& path, const sockaddr_un& address)
+{
+    std::error_code ignored;
+    const auto type = std::filesystem::symlink_status(path, ignored).type();
+    if (type == std::filesystem::file_type::not_found)
+        return;
+    if (type != std::filesystem::file_type::socket)
+        throw std::runtime_error(fmt::format("{} is there and is no socket", path.string()));
+    const FileDescriptor client(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const bool is_answered = connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (is_answered || errno == EAGAIN) // which says that too many clients wait already
+        cannot_listen(path, "a server listens there already");
+    if (errno == ECONNREFUSED)
+        std::filesystem::remove(path, ignored);
+    else if (errno != ENOENT)
+        cannot_listen(path, strerror(errno));
+}
+
+} // namespace
+
+SocketPath::SocketPath(std::filesystem::path path) : path_(std::move(path))
+{
+    struct stat status {
+    };
+    if (lstat(path_.c_str(), &status) != 0)
+        throw std::runtime_error(fmt::format("the socket {} has gone: {}", path_.string(), strerror(errno)));
+    device_ = status.st_dev;
+    inode_ = status.st_ino;
+}
+
+SocketPath& SocketPath::operator=(SocketPath&& other) noexcept
+{
+    path_.swap(other.path_);
+    std::swap(device_, other.device_);
+    std::swap(inode_, other.inode_);
+    return *this;
+}
+
+SocketPath::~SocketPath()
+{
+    struct stat status {
+    };
+    if (!path_.empty() && lstat(path_.c_str(), &status) == 0 && status.st_dev == device_ && status.st_ino == inode_)
+        unlink(path_.c_str());
+}
+
+UnixListener listen_on_socket(const std::filesystem::path& path, unsigned mode)
+{
+    const sockaddr_un address = address_of(path);
+    clear(path, address);
+    UnixListener listener{FileDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)), {}};
+    const int socket = listener.socket.get();
+    if (socket < 0 || bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        cannot_listen(path, strerror(errno));
+    listener.path = SocketPath(path);
     // Nobody can connect before it listens, and then the permissions are right.
-    if (listener.get() < 0 || bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        chmod(path.c_str(), static_cast<mode_t>(mode)) != 0 || listen(listener.get(), waiting_clients) != 0)
-        throw std::runtime_error(fmt::format("cannot listen on the socket {}: {}", path.string(), strerror(errno)));
+    if (chmod(path.c_str(), static_cast<mode_t>(mode)) != 0 || listen(socket, waiting_clients) != 0)
+        cannot_listen(path, strerror(errno));
     return listener;
 }
 

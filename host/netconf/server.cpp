@@ -101,6 +101,7 @@ private:
     SessionEnvironment environment_;
     Library library_;
     std::vector<Listener> listeners_;
+    SocketPath socket_path_;            // goes before its socket
     std::mutex mutex_;                  // of the connections
     std::list<Connection> connections_; // the latest first
 };
@@ -121,9 +122,11 @@ Server::Implementation::Implementation(const YangSchema& schema, Operations& ope
     operations.set_actions(
         {.subscribe = [this](SessionId session, const lyd_node* rpc) { environment_.open.subscribe(session, rpc); },
          .kill = [this](const Kill& kill) { return environment_.open.kill(kill); }});
-    if (settings_.unix_socket)
-        listeners_.push_back(
-            {listen_on_socket(*settings_.unix_socket, settings_.socket_mode), Connection::Transport::unix_socket});
+    if (settings_.unix_socket) {
+        UnixListener listener = listen_on_socket(*settings_.unix_socket, settings_.socket_mode);
+        listeners_.push_back({std::move(listener.socket), Connection::Transport::unix_socket});
+        socket_path_ = std::move(listener.path);
+    }
     for (SshEndpoint& endpoint : settings_.ssh) {
         listeners_.push_back({listen_on_port(endpoint.address, endpoint.port), Connection::Transport::ssh});
         endpoint.port = port_of(listeners_.back().socket);
@@ -135,9 +138,6 @@ Server::Implementation::~Implementation()
     end_all();
     environment_.operations.set_events(nullptr);
     environment_.operations.set_actions({});
-    std::error_code ignored;
-    if (settings_.unix_socket)
-        std::filesystem::remove(*settings_.unix_socket, ignored);
 }
 
 void Server::Implementation::set_capabilities()

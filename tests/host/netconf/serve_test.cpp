@@ -251,5 +251,33 @@ TEST_F(Serve, DoesNotServeWhereSomethingElseIs)
     EXPECT_EQ(content_of(socket()), "precious");
 }
 
+TEST_F(Serve, LeavesAnotherServerItsSocket)
+{
+    start();
+    std::string reason;
+    try {
+        const ServeProcess second(folder_.path() / "other", {"--unix", socket()});
+    } catch (const std::runtime_error& error) {
+        reason = error.what();
+    }
+    EXPECT_THAT(reason, HasSubstr(socket() + ": a server listens there already"));
+    RawClient client(socket());
+    EXPECT_EQ(client.call(get_config("running")), "<data/>");
+}
+
+// Somebody has moved the socket away and has put another one there.
+TEST_F(Serve, LeavesASocketThatIsNotItsOwn)
+{
+    start();
+    std::filesystem::rename(socket(), folder_.file("moved"));
+    {
+        ServeProcess second(folder_.path() / "other", {"--unix", socket()});
+        server_->stop();
+        RawClient client(socket());
+        EXPECT_EQ(client.call(get_config("running")), "<data/>");
+    }
+    EXPECT_FALSE(std::filesystem::exists(socket()));
+}
+
 } // namespace
 } // namespace qnips::test
