@@ -138,6 +138,9 @@ FileDescriptor listen_on_port(const std::string& address, std::uint16_t port)
     const std::unique_ptr<addrinfo, AddressDeleter> list(found);
     FileDescriptor listener(socket(list->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     set_option(listener.get(), SOL_SOCKET, SO_REUSEADDR, 1);
+    // So that all addresses of IPv4 can have the same port.
+    if (list->ai_family == AF_INET6)
+        set_option(listener.get(), IPPROTO_IPV6, IPV6_V6ONLY, 1);
     if (listener.get() < 0 || bind(listener.get(), list->ai_addr, list->ai_addrlen) != 0 ||
         listen(listener.get(), waiting_clients) != 0)
         throw std::runtime_error(fmt::format("cannot listen on {} port {}: {}", address, port, strerror(errno)));

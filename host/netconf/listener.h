@@ -40,7 +40,7 @@ struct UnixListener {
 // std::runtime_error that names the path, also where a server listens already.
 UnixListener listen_on_socket(const std::filesystem::path& path, unsigned mode);
 
-// A TCP port of an address, 0 for any that is free. Throws std::runtime_error that names
+// A TCP port of an address, 0 for any that is free; "::" is that of IPv6 alone. Throws std::runtime_error that names
 // both.
 FileDescriptor listen_on_port(const std::string& address, std::uint16_t port);
 

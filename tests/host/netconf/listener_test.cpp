@@ -122,5 +122,14 @@ TEST(UnixListener, HasTheModeThatIsAskedFor)
     }
 }
 
+// On one port, as the settings of the service offer it.
+TEST(PortListener, TakesAllAddressesOfBothFamilies)
+{
+    const FileDescriptor old = listen_on_port("0.0.0.0", 0);
+    const std::uint16_t port = port_of(old);
+    const FileDescriptor present = listen_on_port("::", port);
+    EXPECT_EQ(port_of(present), port);
+}
+
 } // namespace
 } // namespace qnips::test
