@@ -1,12 +1,11 @@
 #include "netconf/server_log.h"
 
-#include <array>
+#include <cstddef>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <spdlog/details/file_helper.h>
 #include <spdlog/logger.h>
 #include <spdlog/sinks/base_sink.h>
@@ -70,18 +69,95 @@ spdlog::level::level_enum level_of(LogLevel level)
     return spdlog::level::off;
 }
 
+// Of a value as it stands in the line. Far more than a command line or a path has, and little enough for one who writes
+// the log by names that are no user's.
+constexpr std::size_t longest_value = 4096;
+constexpr std::string_view cut_mark = "...";
+
 bool is_plain(std::string_view text)
 {
     constexpr std::string_view special = " =\"\\";
     for (const char c : text)
-        if (special.find(c) != std::string_view::npos || static_cast<unsigned char>(c) < 0x21 || c == 0x7f)
+        if (special.find(c) != std::string_view::npos || c <= ' ' || c >= '\x7f')
             return false;
     return !text.empty();
 }
 
+struct Character {
+    std::string_view bytes;
+    char32_t code = 0; // the replacement character, of one byte, where there is no UTF-8
+};
+
+// The first of a text that is not empty.
+Character first_character(std::string_view text)
+{
+    constexpr char32_t replacement = 0xfffd;
+    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const std::size_t size = byte(0) < 0x80 ? 1 : byte(0) < 0xe0 ? 2 : byte(0) < 0xf0 ? 3 : 4;
+    if (size == 1)
+        return {text.substr(0, 1), byte(0)};
+    const Character none{text.substr(0, 1), replacement};
+    if (byte(0) < 0xc2 || byte(0) > 0xf4 || text.size() < size)
+        return none;
+    char32_t code = byte(0) & (0x7fU >> size);
+    for (std::size_t i = 1; i < size; ++i) {
+        if ((byte(i) & 0xc0U) != 0x80)
+            return none;
+        code = (code << 6U) | (byte(i) & 0x3fU);
+    }
+    const bool is_surrogate = code >= 0xd800 && code <= 0xdfff;
+    const bool is_too_long = (size == 3 && code < 0x800) || (size == 4 && code < 0x10000);
+    return is_surrogate || is_too_long || code > 0x10ffff ? none : Character{text.substr(0, size), code};
+}
+
+// What a reader cannot see, or takes for something else: controls, ends of lines, marks without width and those that
+// turn the direction of a text.
+bool has_to_be_escaped(char32_t code)
+{
+    return code < 0x20 || (code >= 0x7f && code <= 0x9f) || code == 0xad || (code >= 0x200b && code <= 0x200f) ||
+           (code >= 0x2028 && code <= 0x202e) || (code >= 0x2060 && code <= 0x206f) || code == 0xfeff || code == 0xfffd;
+}
+
+std::string json_character(const Character& character)
+{
+    switch (character.code) {
+    case '"':
+        return "\\\"";
+    case '\\':
+        return "\\\\";
+    case '\n':
+        return "\\n";
+    case '\r':
+        return "\\r";
+    case '\t':
+        return "\\t";
+    default:
+        break;
+    }
+    if (has_to_be_escaped(character.code))
+        return fmt::format("\\u{:04x}", static_cast<std::uint32_t>(character.code));
+    return std::string(character.bytes);
+}
+
+// A string of JSON on one line, in valid UTF-8.
 std::string json_text(std::string_view text)
 {
-    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    std::string quoted = "\"";
+    while (!text.empty()) {
+        const Character character = first_character(text);
+        const std::string part = json_character(character);
+        if (quoted.size() + part.size() > longest_value + 1)
+            return quoted.append(cut_mark) + '"';
+        quoted += part;
+        text.remove_prefix(character.bytes.size());
+    }
+    return quoted + '"';
+}
+
+std::string plain_text(std::string_view text)
+{
+    std::string plain(text.substr(0, longest_value));
+    return text.size() > longest_value ? plain.append(cut_mark) : plain;
 }
 
 // Digits enough for a microsecond in a day of milliseconds.
@@ -97,7 +173,7 @@ std::string value_text(LogFormat format, const LogField::Value& value)
     if (const auto* real = std::get_if<double>(&value))
         return number(*real);
     const auto& text = std::get<std::string>(value);
-    return format == LogFormat::text && is_plain(text) ? text : json_text(text);
+    return format == LogFormat::text && is_plain(text) ? plain_text(text) : json_text(text);
 }
 
 constexpr const char* text_pattern = "time=%Y-%m-%dT%H:%M:%S.%e%z level=%l %v";

@@ -1,7 +1,7 @@
 // The server's log: one line an event, made of names and values, for people (key=value) or for programs (JSON).
 //
-// What a client has sent can stand in a value, never in a name; a value cannot end a line or begin another field. It is
-// told what has happened, never by which password.
+// What a client has sent can stand in a value, never in a name; a value cannot end a line or begin another field, nor
+// can it give orders to a terminal, and a long one is cut. It is told what has happened, never by which password.
 #pragma once
 
 #include <cstdint>

@@ -41,11 +41,50 @@ TEST(ServerLog, WritesNamesAndValues)
         // A value can neither end the line nor begin another one.
         {{"user", "x\nlevel=error event=y"}, R"(user="x\nlevel=error event=y")", R"("user":"x\nlevel=error event=y")"},
         {{"user", "\x1b[31m"}, R"(user="\u001b[31m")", R"("user":"\u001b[31m")"},
-        {{"user", "\xff"}, "user=\xff", "\"user\":\"\xef\xbf\xbd\""},
+        {{"user", "\x7f"}, R"(user="\u007f")", R"("user":"\u007f")"},
+        // Bytes that are no UTF-8: of no character, too long for it, half of a pair, beyond the last, cut off.
+        {{"user", "a\xff"}, R"(user="a\ufffd")", R"("user":"a\ufffd")"},
+        {{"user", "\xc0\xaf"}, R"(user="\ufffd\ufffd")", R"("user":"\ufffd\ufffd")"},
+        {{"user", "\xed\xa0\x80"}, R"(user="\ufffd\ufffd\ufffd")", R"("user":"\ufffd\ufffd\ufffd")"},
+        {{"user", "\xf4\x90\x80\x80"}, R"(user="\ufffd\ufffd\ufffd\ufffd")", R"("user":"\ufffd\ufffd\ufffd\ufffd")"},
+        {{"user", "\xe2\x82"}, R"(user="\ufffd\ufffd")", R"("user":"\ufffd\ufffd")"},
+        {{"user", "\xc3\n"}, R"(user="\ufffd\n")", R"("user":"\ufffd\n")"},
+        {{"user", "\x80"}, R"(user="\ufffd")", R"("user":"\ufffd")"},
+        // Characters that a terminal or a reader of lines takes for an end, an order or nothing.
+        {{"user", "\u0085"}, R"(user="\u0085")", R"("user":"\u0085")"},
+        {{"user", "\u009b31m"}, R"(user="\u009b31m")", R"("user":"\u009b31m")"},
+        {{"user", "a\u2028b\u2029"}, R"(user="a\u2028b\u2029")", R"("user":"a\u2028b\u2029")"},
+        {{"user", "\u202etxt"}, R"(user="\u202etxt")", R"("user":"\u202etxt")"},
+        {{"user", "a\u200bb\ufeff"}, R"(user="a\u200bb\ufeff")", R"("user":"a\u200bb\ufeff")"},
+        // The others can be read. They are quoted: some look like the blank between two fields.
+        {{"user", "Jürgen"}, "user=\"Jürgen\"", "\"user\":\"Jürgen\""},
+        {{"user", "a\u00a0b"}, "user=\"a\u00a0b\"", "\"user\":\"a\u00a0b\""},
+        {{"user", "\u20ac\U0001f511"}, "user=\"\u20ac\U0001f511\"", "\"user\":\"\u20ac\U0001f511\""},
     };
     for (const Case& one : cases) {
         EXPECT_EQ(log_text(LogFormat::text, "e", {one.field}), std::string("event=e ") + one.text);
         EXPECT_EQ(log_text(LogFormat::json, "e", {one.field}), std::string("\"event\":\"e\",") + one.json);
+    }
+}
+
+TEST(ServerLog, CutsLongValues)
+{
+    const std::string most(4096, 'x');
+    EXPECT_EQ(log_text(LogFormat::text, "e", {{"a", most}, {"b", 1}}), "event=e a=" + most + " b=1");
+    EXPECT_EQ(log_text(LogFormat::text, "e", {{"a", most + "y"}, {"b", 1}}), "event=e a=" + most + "... b=1");
+    EXPECT_EQ(log_text(LogFormat::json, "e", {{"a", most + "y"}}), "\"event\":\"e\",\"a\":\"" + most + "...\"");
+    // What stands in the line counts, and a character is not cut in two.
+    for (const char* character : {"\x01", "\xff", "\u20ac", "\"", "\u2028"}) {
+        std::string text;
+        for (int i = 0; i < 30000; ++i)
+            text += character;
+        for (const LogFormat format : {LogFormat::text, LogFormat::json}) {
+            const std::string line = log_text(format, "e", {{"a", text}});
+            EXPECT_LE(line.size(), 4096 + 30) << character;
+            EXPECT_THAT(line, testing::EndsWith("...\""));
+            const nlohmann::json value = nlohmann::json::parse(line.substr(line.find_last_of("=:") + 1));
+            EXPECT_GT(value.get<std::string>().size(), 600) << character;
+        }
     }
 }
 
