@@ -59,18 +59,30 @@ void write_for_owner(const std::filesystem::path& file, std::string_view text)
         fail(file, "written");
 }
 
+// The library reads it anew for every client, who alone would be told that it cannot.
+void check(const std::filesystem::path& file, const struct stat& status)
+{
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+        throw std::runtime_error(
+            fmt::format("the host key {} is open to others than its owner; it should be of mode 0600", file.string()));
+    if (access(file.c_str(), R_OK) != 0)
+        fail(file, "read");
+    ssh_key raw = nullptr;
+    const int result = ssh_pki_import_privkey_file(file.c_str(), nullptr, nullptr, nullptr, &raw);
+    const Key key(raw);
+    if (result != SSH_OK)
+        throw std::runtime_error(
+            fmt::format("the host key {} is no private key, or one with a passphrase", file.string()));
+}
+
 } // namespace
 
 void ensure_host_key(const std::filesystem::path& file)
 {
     struct stat status {
     };
-    if (stat(file.c_str(), &status) == 0) {
-        if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
-            throw std::runtime_error(fmt::format(
-                "the host key {} is open to others than its owner; it should be of mode 0600", file.string()));
-        return;
-    }
+    if (stat(file.c_str(), &status) == 0)
+        return check(file, status);
     // A crash leaves no half a key: the name is given to the whole one.
     std::filesystem::path unfinished = file;
     unfinished += ".new";

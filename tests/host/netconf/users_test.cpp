@@ -14,6 +14,7 @@
 #include "host/store/temporary_folder.h"
 #include "netconf/host_key.h"
 #include "netconf/requester.h"
+#include "ssh_client.h"
 
 namespace qnips::test
 {
@@ -129,6 +130,31 @@ TEST(HostKey, IsRefusedWhenOthersCanReadIt)
     std::filesystem::permissions(file, perms::group_read, std::filesystem::perm_options::add);
     EXPECT_THROW(ensure_host_key(file), std::runtime_error);
     EXPECT_THROW(ensure_host_key(folder.file("none/key")), std::runtime_error);
+}
+
+// Else clients alone would notice.
+TEST(HostKey, IsRefusedWhenItIsNone)
+{
+    using std::filesystem::perms;
+    const TemporaryFolder folder;
+    ensure_host_key(folder.file("good"));
+    const Said made = shell("ssh-keygen -q -t ed25519 -N secret -f " + folder.file("locked"));
+    ASSERT_EQ(made.status, 0) << made.text;
+    const std::string whole = content_of(folder.file("good"));
+    const std::vector<std::string> contents = {"", "garbage\n", "ssh-ed25519 AAAAC3NzaC1lZDI1NTE5AAAAIH1cIT6WqY+0qRtKTFv8Uyy0oIBhRC5pDW7WSxBFpAOf\n",
+                                               whole.substr(0, whole.size() / 2), content_of(folder.file("locked"))};
+    for (const std::string& content : contents) {
+        const std::string file = folder.file("key");
+        write_file(file, content);
+        std::filesystem::permissions(file, perms::owner_read | perms::owner_write);
+        try {
+            ensure_host_key(file);
+            ADD_FAILURE() << content;
+        } catch (const std::runtime_error& error) {
+            EXPECT_EQ(error.what(), "the host key " + file + " is no private key, or one with a passphrase");
+        }
+        EXPECT_EQ(content_of(file), content);
+    }
 }
 
 } // namespace
