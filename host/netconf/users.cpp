@@ -7,8 +7,10 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <type_traits>
 
 #include <fmt/format.h>
+#include <libssh/libssh.h>
 
 #include "netconf/trusted_file.h"
 
@@ -27,6 +29,24 @@ bool equal_in_constant_time(std::string_view left, std::string_view right)
     for (std::size_t i = 0; i < left.size() && i < right.size(); ++i)
         difference = static_cast<unsigned char>(difference | (left[i] ^ right[i]));
     return difference == 0;
+}
+
+struct KeyDeleter {
+    void operator()(ssh_key key) const noexcept { ssh_key_free(key); }
+};
+
+// Whether a client can have the key: one of another type, or one that is written otherwise, would let nobody in.
+bool is_public_key(const std::string& type, const std::string& base64)
+{
+    ssh_key raw = nullptr;
+    const int read = ssh_pki_import_pubkey_base64(base64.c_str(), ssh_key_type_from_name(type.c_str()), &raw);
+    const std::unique_ptr<std::remove_pointer_t<ssh_key>, KeyDeleter> key(raw);
+    char* text = nullptr;
+    if (read != SSH_OK || ssh_pki_export_pubkey_base64(key.get(), &text) != SSH_OK)
+        return false;
+    const bool is_same = base64 == text;
+    ssh_string_free_char(text);
+    return is_same;
 }
 
 } // namespace
@@ -58,6 +78,8 @@ Users Users::parse(std::string_view text, const std::string& name)
             std::string key;
             if (!(words >> key))
                 refuse("expected: USER key TYPE BASE64");
+            if (!is_public_key(value, key))
+                refuse("this is no public key of its type; expected: USER key TYPE BASE64");
             users.users_[user].keys.push_back(key);
         } else if (means == "password") {
             if (crypt_checksalt(value.c_str()) != CRYPT_SALT_OK)

@@ -114,7 +114,9 @@ TEST_F(ServeRights, TheExampleTellsAdministratorsFromOthers)
 {
     for (const char* name : {"admin", "operator", "guest", "stranger"})
         add_user(name);
-    start({"--ssh", any_port, "--nacm", example});
+    const std::string rules_file = folder_.file("rules.xml"); // a file of this user's, whoever has the example
+    write_file(rules_file, content_of(example));
+    start({"--ssh", any_port, "--nacm", rules_file});
     EXPECT_EQ(rights("admin operator guest stranger"), "admin read=ok write=ok\n"
                                                        "operator read=ok write=access-denied\n"
                                                        "guest read=ok write=access-denied\n"
