@@ -1,6 +1,8 @@
 // `qn-ips serve`: a NETCONF server for an emulated device that is kept.
 #include <fmt/format.h>
 
+#include <sys/stat.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -210,6 +212,7 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     const ServeSettings settings = settings_of(options);
     const ServerSignals signals;
     std::signal(SIGPIPE, SIG_IGN); // a client that goes away is no reason to end
+    umask(S_IRWXG | S_IRWXO);      // who could read its files would read what access control denies
     std::filesystem::create_directories(settings.state);
     ServerLog log(settings.log);
     if (!settings.ssh.empty())

@@ -25,7 +25,8 @@ std::string store_file(const std::filesystem::path& state)
     if (state.empty())
         return ":memory:";
     std::error_code error;
-    std::filesystem::create_directories(state, error);
+    if (std::filesystem::create_directories(state, error)) // for its owner, as all that the server keeps
+        std::filesystem::permissions(state, std::filesystem::perms::owner_all, error);
     if (error)
         throw std::runtime_error(fmt::format("cannot make the folder {}: {}", state.string(), error.message()));
     return history_file(state).string();

@@ -1,5 +1,6 @@
 // Who may do what on the running server, over SSH and over the socket; its settings, and what it reads anew on SIGHUP.
 
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -230,6 +231,36 @@ TEST_F(ServeRights, NewUsersLogInAfterSighup)
     write_file(in_state("users"), "bob nothing\n");
     reload_until("event=reload what=users file=" + in_state("users") + " outcome=error");
     EXPECT_EQ(rights("bob"), "bob read=ok write=access-denied\n");
+}
+
+// Whoever could read the files of the state would read what access control denies. What was there keeps its mode.
+TEST_F(ServeRights, TheStateIsForItsOwnerAlone)
+{
+    using std::filesystem::perms;
+    state_ = folder_.path() / "new" / "state";
+    const mode_t before = umask(022);
+    start({"--unix", socket()});
+    RawClient client(socket());
+    EXPECT_EQ(client.call(edit("running", config_with(profile("web")))), ok);
+    umask(before);
+    EXPECT_EQ(std::filesystem::status(state_).permissions(), perms::owner_all);
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(state_)) {
+        EXPECT_EQ(entry.status().permissions() & (perms::group_all | perms::others_all), perms::none) << entry.path();
+        ++files;
+    }
+    EXPECT_GE(files, 2); // the device and its history
+    EXPECT_EQ(std::filesystem::status(log_file_).permissions(), perms::owner_read | perms::owner_write);
+}
+
+TEST_F(ServeRights, TheStateOfOtherCommandsIsForItsOwnerAlone)
+{
+    state_ = folder_.path() / "new";
+    const Said said =
+        shell(fmt::format("umask 022; QN_IPS_MODULE={} QN_IPS_YANG_PATH={}:{} {} drift --state {}", QN_IPS_MODULE,
+                          QN_IPS_YANG_DIR, QN_IPS_IETF_YANG_DIR, QN_IPS_PROGRAM, state_.string()));
+    EXPECT_EQ(said.status, 0) << said.text;
+    EXPECT_EQ(std::filesystem::status(state_).permissions(), std::filesystem::perms::owner_all);
 }
 
 TEST_F(ServeRights, TheLogIsOpenedAnewOnSighup)
