@@ -99,6 +99,7 @@ private:
         const lysc_node* schema = nullptr; // null: nothing is known of what stands here
         bool in_data = false;              // of the operation: a <config> or a filter
         bool in_config = false;
+        std::string path; // empty in data
     };
 
     void refuse(std::string_view tag, std::string_view layer, const std::string& message,
@@ -144,13 +145,12 @@ private:
         if (levels_.empty())
             request(name, space);
         else if (levels_.size() == 1)
-            level.schema = operation(name, space);
+            level = operation(name, space);
         else
             level = parameter(name, space);
-        if (level.in_config)
-            check_attributes(name);
+        check_attributes(level, name);
         if (!is_empty)
-            levels_.push_back(level);
+            levels_.push_back(std::move(level));
     }
 
     void request(const std::string& name, const std::string& space)
@@ -173,62 +173,68 @@ private:
                    {{"bad-attribute", "message-id"}, {"bad-element", "rpc"}});
     }
 
-    const lysc_node* operation(const std::string& name, const std::string& space)
+    Level operation(const std::string& name, const std::string& space)
     {
         if (has_operation_) {
             refuse("unknown-element", "rpc", "a request has one operation only", {{"bad-element", name}});
-            return nullptr;
+            return {};
         }
         has_operation_ = true;
         const lys_module* module = ly_ctx_get_module_implemented_ns(context_, space.c_str());
         if (module == nullptr) {
             refuse("unknown-namespace", "protocol", fmt::format("the server knows no namespace \"{}\"", space),
                    {{"bad-element", name}, {"bad-namespace", space}});
-            return nullptr;
+            return {};
         }
         const lysc_node* found = lys_find_child(nullptr, module, name.c_str(), 0, LYS_RPC, 0);
         if (found == nullptr)
             refuse("operation-not-supported", "protocol", fmt::format("there is no operation <{}>", name));
-        operation_ = fmt::format("/{}:{}", module->prefix, name);
-        return found;
+        return {found, false, false, fmt::format("/{}:{}", module->prefix, name)};
     }
 
     Level parameter(const std::string& name, const std::string& space)
     {
-        const Level parent = levels_.back();
+        const Level& parent = levels_.back();
         if (parent.in_data || parent.schema == nullptr)
-            return {nullptr, parent.in_data, parent.in_config};
+            return {nullptr, parent.in_data, parent.in_config, {}};
         const lys_module* module = ly_ctx_get_module_implemented_ns(context_, space.c_str());
         const lysc_node* found =
             module != nullptr ? lys_find_child(parent.schema, module, name.c_str(), 0, 0, 0) : nullptr;
         if (found == nullptr) {
             if (module == nullptr)
                 refuse("unknown-namespace", "protocol", fmt::format("the server knows no namespace \"{}\"", space),
-                       {{"bad-element", name}, {"bad-namespace", space}}, operation_);
+                       {{"bad-element", name}, {"bad-namespace", space}}, levels_[1].path);
             else
                 refuse("unknown-element", "protocol", fmt::format("<{}> does not belong there", name),
-                       {{"bad-element", name}}, operation_);
+                       {{"bad-element", name}}, levels_[1].path);
             return {};
         }
         const bool is_data = (found->nodetype & LYS_ANYDATA) != 0;
-        return {found, is_data, is_data && name == "config"};
+        const std::string prefix = module == parent.schema->module ? "" : fmt::format("{}:", module->prefix);
+        return {found, is_data, is_data && name == "config", fmt::format("{}/{}{}", parent.path, prefix, name)};
     }
 
-    // The attributes of an edit, and the one by which a default is marked (RFC 6243, 4.5.2).
-    void check_attributes(const std::string& element)
+    void check_attributes(const Level& level, const std::string& element)
     {
         for (int i = xmlTextReaderMoveToFirstAttribute(reader_.get()); i == 1 && errors_.empty();
              i = xmlTextReaderMoveToNextAttribute(reader_.get()))
-            check_attribute(element);
+            if (level.in_config)
+                check_attribute(level, element);
         xmlTextReaderMoveToElement(reader_.get());
     }
 
-    void check_attribute(const std::string& element)
+    // The attributes of an edit, and the one by which a default is marked (RFC 6243, 4.5.2).
+    void check_attribute(const Level& level, const std::string& element)
     {
         const std::string name(text_of(xmlTextReaderConstLocalName(reader_.get())));
         const std::string_view space = text_of(xmlTextReaderConstNamespaceUri(reader_.get()));
         if (space == declaration_namespace || space == xml_namespace)
             return;
+        if (level.schema != nullptr) {
+            const AttributeFault fault = frame_attribute_fault(name);
+            return refuse(fault.tag, "protocol", fault.reason, {{"bad-attribute", name}, {"bad-element", element}},
+                          level.path);
+        }
         if (space == defaults_namespace && name == "default")
             return;
         if (const auto fault = attribute_fault(name, space, text_of(xmlTextReaderConstValue(reader_.get()))))
@@ -240,7 +246,6 @@ private:
     std::vector<Level> levels_;
     std::string name_;  // of the <rpc>, with its prefix
     std::string start_; // the same with its attributes
-    std::string operation_;
     bool has_operation_ = false;
     std::vector<ReplyError> errors_;
 };

@@ -75,4 +75,13 @@ std::optional<AttributeFault> attribute_fault(std::string_view name, std::string
     return std::nullopt;
 }
 
+AttributeFault frame_attribute_fault(std::string_view name)
+{
+    return {
+        "unknown-attribute",
+        fmt::format("<config> takes no attribute \"{}\"; an operation stands at a node of the configuration, that of "
+                    "all nodes without one in <default-operation>",
+                    name)};
+}
+
 } // namespace qnips

@@ -17,4 +17,8 @@ struct AttributeFault {
 // What is wrong with an attribute of this name, namespace ("" for none) and value; nullopt when nothing is.
 std::optional<AttributeFault> attribute_fault(std::string_view name, std::string_view space, std::string_view value);
 
+// What is wrong with an attribute of this name at the <config> around an edit: that has none, and an operation there
+// would mean nothing.
+AttributeFault frame_attribute_fault(std::string_view name);
+
 } // namespace qnips

@@ -202,11 +202,10 @@ std::string namespace_phrase(std::string_view space)
 
 void refuse_wrong_attributes(const ly_ctx* context, const xmlNode* frame)
 {
-    if (frame->type == XML_ELEMENT_NODE && frame->properties != nullptr)
-        throw RpcError("unknown-attribute", "/nc:edit-config/config",
-                       fmt::format("<config> takes no attribute \"{}\"; an operation stands at a node of the "
-                                   "configuration, that of all nodes without one in <default-operation>",
-                                   view(frame->properties->name)));
+    if (frame->type == XML_ELEMENT_NODE && frame->properties != nullptr) {
+        const AttributeFault fault = frame_attribute_fault(view(frame->properties->name));
+        throw RpcError(fault.tag, "/nc:edit-config/config", fault.reason);
+    }
     check_attributes_below(context, frame, frame);
 }
 

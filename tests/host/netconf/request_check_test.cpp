@@ -107,6 +107,22 @@ TEST(RequestCheck, SaysWhatIsWrong)
         EXPECT_EQ(refusal_of(test.request), test.refusal) << test.request;
 }
 
+// An operation there would be passed over, and a replace become a merge.
+TEST(RequestCheck, TakesNoAttributeAtAConfig)
+{
+    const std::string config = fmt::format(R"(<config xmlns:nc="{}" nc:operation="replace"/>)", base);
+    for (const std::string& operation :
+         {"<edit-config><target><running/></target>" + config + "</edit-config>",
+          "<copy-config><target><startup/></target><source>" + config + "</source></copy-config>",
+          "<validate><source>" + config + "</source></validate>"})
+        EXPECT_EQ(refusal_of(request(operation)),
+                  "protocol unknown-attribute bad-attribute=operation bad-element=config")
+            << operation;
+    EXPECT_EQ(
+        refusal_of(request("<edit-config><target><running/></target><config operation=\"delete\"/></edit-config>")),
+        "protocol unknown-attribute bad-attribute=operation bad-element=config");
+}
+
 TEST(RequestCheck, PutsARequestWithTheSameAttributesInItsPlace)
 {
     const auto result = checked(fmt::format(R"(<n:rpc xmlns:n="{}" message-id="a&lt;b" x="1"><none/></n:rpc>)", base));
