@@ -8,6 +8,7 @@
 #include <libxml/xmlreader.h>
 #include <libyang/libyang.h>
 
+#include "netconf/parameter_check.h"
 #include "netconf/xml_text.h"
 #include "server/edit_attributes.h"
 #include "server/yang_schema.h"
@@ -99,7 +100,8 @@ private:
         const lysc_node* schema = nullptr; // null: nothing is known of what stands here
         bool in_data = false;              // of the operation: a <config> or a filter
         bool in_config = false;
-        std::string path; // empty in data
+        std::string path;                        // empty in data
+        std::vector<const lysc_node*> present{}; // below it, so far
     };
 
     void refuse(std::string_view tag, std::string_view layer, const std::string& message,
@@ -194,7 +196,7 @@ private:
 
     Level parameter(const std::string& name, const std::string& space)
     {
-        const Level& parent = levels_.back();
+        Level& parent = levels_.back();
         if (parent.in_data || parent.schema == nullptr)
             return {nullptr, parent.in_data, parent.in_config, {}};
         const lys_module* module = ly_ctx_get_module_implemented_ns(context_, space.c_str());
@@ -211,7 +213,24 @@ private:
         }
         const bool is_data = (found->nodetype & LYS_ANYDATA) != 0;
         const std::string prefix = module == parent.schema->module ? "" : fmt::format("{}:", module->prefix);
-        return {found, is_data, is_data && name == "config", fmt::format("{}/{}{}", parent.path, prefix, name)};
+        Level level{found, is_data, is_data && name == "config", fmt::format("{}/{}{}", parent.path, prefix, name)};
+        enter(parent, level);
+        return level;
+    }
+
+    // The library would take the first of two and carry that out.
+    void enter(Level& parent, const Level& level)
+    {
+        for (const lysc_node* other : parent.present) {
+            if (can_stand_together(level.schema, other))
+                continue;
+            const std::string_view name = schema_name(level.schema);
+            const std::string reason = other == level.schema
+                                           ? fmt::format("<{}> stands there more than once", name)
+                                           : fmt::format("<{}> and <{}> exclude each other", schema_name(other), name);
+            return refuse("bad-element", "protocol", reason, {{"bad-element", std::string(name)}}, level.path);
+        }
+        parent.present.push_back(level.schema);
     }
 
     void check_attributes(const Level& level, const std::string& element)

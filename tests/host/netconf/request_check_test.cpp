@@ -123,6 +123,23 @@ TEST(RequestCheck, TakesNoAttributeAtAConfig)
         "protocol unknown-attribute bad-attribute=operation bad-element=config");
 }
 
+TEST(RequestCheck, TakesEachParameterOnce)
+{
+    const std::vector<Case> cases = {
+        {"<lock><target><running/></target><target><candidate/></target></lock>", "target"},
+        {"<lock><target><running/><candidate/></target></lock>", "candidate"},
+        {"<lock><target><running/><running/></target></lock>", "running"},
+        {"<get-config><source><running/></source><filter/><filter/></get-config>", "filter"},
+        {"<validate><source><running/><config/></source></validate>", "config"},
+        {"<commit><confirmed/><confirm-timeout>5</confirm-timeout><confirm-timeout>6</confirm-timeout></commit>",
+         "confirm-timeout"},
+        {"<edit-config><target><running/></target><config/><config/></edit-config>", "config"},
+    };
+    for (const Case& test : cases)
+        EXPECT_EQ(refusal_of(request(test.request)), "protocol bad-element bad-element=" + test.refusal)
+            << test.request;
+}
+
 TEST(RequestCheck, PutsARequestWithTheSameAttributesInItsPlace)
 {
     const auto result = checked(fmt::format(R"(<n:rpc xmlns:n="{}" message-id="a&lt;b" x="1"><none/></n:rpc>)", base));
