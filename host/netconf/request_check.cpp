@@ -102,6 +102,7 @@ private:
         bool in_config = false;
         std::string path;                        // empty in data
         std::vector<const lysc_node*> present{}; // below it, so far
+        std::string text{};                      // of a leaf, so far
     };
 
     void refuse(std::string_view tag, std::string_view layer, const std::string& message,
@@ -128,7 +129,15 @@ private:
             element();
             break;
         case XML_READER_TYPE_END_ELEMENT:
+            end(levels_.back());
             levels_.pop_back();
+            break;
+        case XML_READER_TYPE_TEXT:
+        case XML_READER_TYPE_CDATA:
+        case XML_READER_TYPE_WHITESPACE:
+        case XML_READER_TYPE_SIGNIFICANT_WHITESPACE:
+            if (!levels_.empty() && is_leaf(levels_.back()))
+                levels_.back().text += text_of(xmlTextReaderConstValue(reader_.get()));
             break;
         default:
             break;
@@ -151,8 +160,24 @@ private:
         else
             level = parameter(name, space);
         check_attributes(level, name);
-        if (!is_empty)
+        if (is_empty)
+            end(level);
+        else
             levels_.push_back(std::move(level));
+    }
+
+    static bool is_leaf(const Level& level)
+    {
+        return level.schema != nullptr && (level.schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
+    }
+
+    void end(const Level& level)
+    {
+        if (!errors_.empty() || !is_leaf(level))
+            return;
+        if (const auto fault = parameter_fault(context_, xmlTextReaderCurrentNode(reader_.get()), level.text))
+            refuse("invalid-value", "protocol", *fault, {{"bad-element", std::string(schema_name(level.schema))}},
+                   level.path);
     }
 
     void request(const std::string& name, const std::string& space)
@@ -235,24 +260,61 @@ private:
 
     void check_attributes(const Level& level, const std::string& element)
     {
+        if (level.schema == nullptr && !level.in_config)
+            return;
+        FilterAttributes filter;
         for (int i = xmlTextReaderMoveToFirstAttribute(reader_.get()); i == 1 && errors_.empty();
-             i = xmlTextReaderMoveToNextAttribute(reader_.get()))
+             i = xmlTextReaderMoveToNextAttribute(reader_.get())) {
+            const std::string name(text_of(xmlTextReaderConstLocalName(reader_.get())));
+            const std::string_view space = text_of(xmlTextReaderConstNamespaceUri(reader_.get()));
+            if (space == declaration_namespace || space == xml_namespace)
+                continue;
             if (level.in_config)
-                check_attribute(level, element);
+                check_attribute(level, element, name, space);
+            else if (!is_filter(level) || !filter.read(name, space, text_of(xmlTextReaderConstValue(reader_.get()))))
+                refuse_attribute("unknown-attribute", fmt::format("<{}> has no attribute \"{}\"", element, name), name,
+                                 level);
+        }
         xmlTextReaderMoveToElement(reader_.get());
+        if (errors_.empty() && is_filter(level))
+            check_filter(filter, level);
+    }
+
+    static bool is_filter(const Level& level)
+    {
+        return level.schema != nullptr && level.in_data && schema_name(level.schema) == "filter";
+    }
+
+    // RFC 6241, 6.1 and 8.9.5.
+    void check_filter(const FilterAttributes& filter, const Level& level)
+    {
+        if (filter.type && *filter.type != "subtree" && *filter.type != "xpath")
+            return refuse_attribute(
+                "bad-attribute", fmt::format("\"{}\" is no type of filters; expected subtree or xpath", *filter.type),
+                "type", level);
+        if (filter.type == "xpath" && !filter.has_select)
+            return refuse_attribute("missing-attribute", "the XPath filter has no attribute \"select\"", "select",
+                                    level);
+        if (!filter.has_select)
+            return;
+        if (const auto fault = parameter_fault(context_, xmlTextReaderCurrentNode(reader_.get()), {}))
+            refuse_attribute("bad-attribute", *fault, "select", level);
+    }
+
+    // For an attribute of the operation itself or of a parameter.
+    void refuse_attribute(std::string_view tag, const std::string& reason, const std::string& name, const Level& level)
+    {
+        refuse(tag, "protocol", reason,
+               {{"bad-attribute", name}, {"bad-element", std::string(schema_name(level.schema))}}, level.path);
     }
 
     // The attributes of an edit, and the one by which a default is marked (RFC 6243, 4.5.2).
-    void check_attribute(const Level& level, const std::string& element)
+    void check_attribute(const Level& level, const std::string& element, const std::string& name,
+                         std::string_view space)
     {
-        const std::string name(text_of(xmlTextReaderConstLocalName(reader_.get())));
-        const std::string_view space = text_of(xmlTextReaderConstNamespaceUri(reader_.get()));
-        if (space == declaration_namespace || space == xml_namespace)
-            return;
         if (level.schema != nullptr) {
             const AttributeFault fault = frame_attribute_fault(name);
-            return refuse(fault.tag, "protocol", fault.reason, {{"bad-attribute", name}, {"bad-element", element}},
-                          level.path);
+            return refuse_attribute(fault.tag, fault.reason, name, level);
         }
         if (space == defaults_namespace && name == "default")
             return;

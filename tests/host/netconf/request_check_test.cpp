@@ -140,6 +140,70 @@ TEST(RequestCheck, TakesEachParameterOnce)
             << test.request;
 }
 
+TEST(RequestCheck, HoldsValuesOfParametersAgainstTheirTypes)
+{
+    const std::string monitoring = "xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring\"";
+    const std::string format = "<get-schema " + monitoring + "><identifier>x</identifier><format";
+    struct ValueCase {
+        std::string request;
+        std::string element;
+        std::string path;
+    };
+    const std::vector<ValueCase> cases = {
+        {edit("running", "", "<test-option>foo</test-option>"), "test-option", "/nc:edit-config/test-option"},
+        {edit("running", "", "<test-option/>"), "test-option", "/nc:edit-config/test-option"},
+        {"<commit><confirmed/><confirm-timeout>0</confirm-timeout></commit>", "confirm-timeout",
+         "/nc:commit/confirm-timeout"},
+        {"<commit><confirmed>yes</confirmed></commit>", "confirmed", "/nc:commit/confirmed"},
+        {"<kill-session><session-id>0</session-id></kill-session>", "session-id", "/nc:kill-session/session-id"},
+        {"<get><with-defaults xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults\">most</with-defaults>"
+         "</get>",
+         "with-defaults", "/nc:get/ncwd:with-defaults"},
+        {format + ">none</format></get-schema>", "format", "/ncm:get-schema/format"},
+        {format + ">x:yang</format></get-schema>", "format", "/ncm:get-schema/format"},
+    };
+    for (const ValueCase& test : cases) {
+        EXPECT_EQ(refusal_of(request(test.request)), "protocol invalid-value bad-element=" + test.element)
+            << test.request;
+        const auto result = checked(request(test.request));
+        ASSERT_EQ(result->errors.size(), 1U);
+        EXPECT_EQ(result->errors.front().error.path(), test.path);
+    }
+    for (const std::string& legal :
+         {std::string("<kill-session><session-id>\n 4294967295 </session-id></kill-session>"),
+          std::string("<commit><confirmed></confirmed><persist> a<![CDATA[<b>]]>&lt;</persist></commit>"),
+          format + ">yang</format></get-schema>",
+          format + " xmlns:m=\"urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring\">m:yang</format></get-schema>"})
+        EXPECT_EQ(refusal_of(request(legal)), "") << legal;
+}
+
+TEST(RequestCheck, KnowsTheAttributesOfParameters)
+{
+    const std::vector<Case> cases = {
+        {"<get foo=\"x\"/>", "unknown-attribute bad-attribute=foo bad-element=get"},
+        {"<get xmlns:x=\"urn:x\" x:foo=\"x\"/>", "unknown-attribute bad-attribute=foo bad-element=get"},
+        {"<lock><target foo=\"x\"><running/></target></lock>",
+         "unknown-attribute bad-attribute=foo bad-element=target"},
+        {"<lock type=\"xpath\"><target><running/></target></lock>",
+         "unknown-attribute bad-attribute=type bad-element=lock"},
+        {"<get><filter foo=\"x\"/></get>", "unknown-attribute bad-attribute=foo bad-element=filter"},
+        {"<get><filter type=\"bogus\"/></get>", "bad-attribute bad-attribute=type bad-element=filter"},
+        {"<get><filter type=\"xpath\"/></get>", "missing-attribute bad-attribute=select bad-element=filter"},
+        {"<get><filter type=\"xpath\" select=\"/x:y\"/></get>",
+         "bad-attribute bad-attribute=select bad-element=filter"},
+        {"<get><filter type=\"xpath\" select=\"/nc:y[\"/></get>",
+         "bad-attribute bad-attribute=select bad-element=filter"},
+    };
+    for (const Case& test : cases)
+        EXPECT_EQ(refusal_of(request(test.request)), "protocol " + test.refusal) << test.request;
+    const std::vector<std::string> legal_ones = {
+        "<get>" + xpath("/ips:ips-config[ips:x='&lt;a']") + "</get>", "<get xml:lang=\"en\"><filter/></get>",
+        "<create-subscription xmlns=\"urn:ietf:params:xml:ns:netconf:notification:1.0\">"
+        "<filter type=\"subtree\"><a b=\"c\"/></filter></create-subscription>"};
+    for (const std::string& legal : legal_ones)
+        EXPECT_EQ(refusal_of(request(legal)), "") << legal;
+}
+
 TEST(RequestCheck, PutsARequestWithTheSameAttributesInItsPlace)
 {
     const auto result = checked(fmt::format(R"(<n:rpc xmlns:n="{}" message-id="a&lt;b" x="1"><none/></n:rpc>)", base));

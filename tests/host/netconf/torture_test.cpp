@@ -106,7 +106,18 @@ const std::vector<Broken> broken_messages = {
     {request(edit("running", config_with("<profile operation=\"delete\"><name>web</name></profile>"))),
      "unknown-attribute", "<bad-attribute>operation</bad-attribute><bad-element>profile</bad-element>"},
     {request(edit("running", "<other xmlns=\"urn:other\"/>")), "unknown-namespace", ""},
-    {request("<kill-session><session-id>moon</session-id></kill-session>"), "", ""},
+    {request("<kill-session><session-id>moon</session-id></kill-session>"), "invalid-value",
+     "<bad-element>session-id</bad-element>"},
+    {request(fmt::format("<edit-config><target><running/></target><config xmlns:nc=\"{}\" nc:operation=\"replace\">{}"
+                         "</config></edit-config>",
+                         base, config_with(profile("mail")))),
+     "unknown-attribute", "<bad-attribute>operation</bad-attribute><bad-element>config</bad-element>"},
+    {request("<validate><source><running/><candidate/></source></validate>"), "bad-element",
+     "<bad-element>candidate</bad-element>"},
+    {request("<get foo=\"x\"/>"), "unknown-attribute",
+     "<bad-attribute>foo</bad-attribute><bad-element>get</bad-element>"},
+    {request("<get><filter type=\"xpath\" select=\"/x:y\"/></get>"), "bad-attribute",
+     "<bad-attribute>select</bad-attribute><bad-element>filter</bad-element>"},
 };
 
 TEST_F(Torture, AnswersBrokenMessagesAndGoesOn)
