@@ -95,10 +95,28 @@ std::string_view last_name(std::string_view path)
     return path.substr(begin, end - begin);
 }
 
+bool names_attribute(std::string_view tag)
+{
+    return tag.ends_with("-attribute");
+}
+
 bool names_element(std::string_view tag)
 {
-    return tag == "missing-element" || tag == "bad-element" || tag == "unknown-element" || tag == "unknown-namespace" ||
-           tag == "missing-attribute" || tag == "bad-attribute" || tag == "unknown-attribute";
+    return names_attribute(tag) || tag == "missing-element" || tag == "bad-element" || tag == "unknown-element" ||
+           tag == "unknown-namespace";
+}
+
+// What the tag demands to be named (RFC 6241, appendix A).
+std::string culprit_text(const RpcError& error)
+{
+    std::string text;
+    if (names_attribute(error.tag()) && !error.culprit().empty())
+        text += element("bad-attribute", error.culprit());
+    if (names_element(error.tag()) && !error.path().empty())
+        text += element("bad-element", last_name(error.path()));
+    if (error.tag() == "unknown-namespace" && !error.culprit().empty())
+        text += element("bad-namespace", error.culprit());
+    return text;
 }
 
 std::string platform_text(const PlatformError& error)
@@ -123,8 +141,8 @@ std::string error_info(const ReplyError& reply)
         text += element("session-id", std::to_string(*error.lock_holder()));
     for (const auto& [name, value] : reply.info)
         text += element(name, value);
-    if (reply.info.empty() && names_element(error.tag()) && !error.path().empty())
-        text += element("bad-element", last_name(error.path()));
+    if (reply.info.empty())
+        text += culprit_text(error);
     if (reply.platform)
         text += platform_text(*reply.platform);
     return text.empty() ? text : "<error-info>" + text + "</error-info>";

@@ -185,7 +185,8 @@ Filter::Filter(const lyd_node* rpc) : rpc_(rpc)
         kind_ = Kind::xpath;
         const lyd_meta* select = lyd_find_meta(filter->meta, nullptr, "ietf-netconf:select");
         if (select == nullptr)
-            throw RpcError("missing-attribute", instance_path(filter), "the XPath filter has no attribute \"select\"");
+            throw RpcError("missing-attribute", instance_path(filter), "the XPath filter has no attribute \"select\"")
+                .naming("select");
         expression_ = lyd_get_meta_value(select);
         return;
     }

@@ -143,7 +143,8 @@ private:
             if (child.operation != edit.operation)
                 throw RpcError("bad-attribute", edit_path(child.node),
                                fmt::format("operation {} below a node with operation {}",
-                                           operation_word(child.operation), operation_word(edit.operation)));
+                                           operation_word(child.operation), operation_word(edit.operation)))
+                    .naming("operation");
             check_removed_content(child);
         }
     }
@@ -174,7 +175,8 @@ private:
         lyd_node* anchor = tree_.find_anchor(entry, edit.anchor);
         if (anchor == nullptr || anchor == entry)
             throw RpcError("bad-attribute", edit_path(edit.node),
-                           fmt::format("there is no other entry {} to insert beside", edit.anchor), "missing-instance");
+                           fmt::format("there is no other entry {} to insert beside", edit.anchor), "missing-instance")
+                .naming(edit.schema->nodetype == LYS_LIST ? "key" : "value");
         if (edit.insert == InsertAt::before)
             tree_.place_before(entry, anchor);
         else

@@ -35,9 +35,10 @@ struct InsertWord {
 constexpr InsertWord insert_words[] = {
     {"first", InsertAt::first}, {"last", InsertAt::last}, {"before", InsertAt::before}, {"after", InsertAt::after}};
 
-[[noreturn]] void refuse_attribute(const EditNode& edit, const std::string& text, std::string app_tag = {})
+[[noreturn]] void refuse_attribute(const EditNode& edit, const char* attribute, const std::string& text,
+                                   std::string app_tag = {})
 {
-    throw RpcError("bad-attribute", edit_path(edit.node), text, std::move(app_tag));
+    throw RpcError("bad-attribute", edit_path(edit.node), text, std::move(app_tag)).naming(attribute);
 }
 
 bool is_removal(EditOperation operation)
@@ -53,7 +54,7 @@ void read_operation(EditNode& edit, std::string_view value)
             return;
         }
     }
-    refuse_attribute(edit, fmt::format("\"{}\" is not an operation", value));
+    refuse_attribute(edit, "operation", fmt::format("\"{}\" is not an operation", value));
 }
 
 InsertAt insert_place(const char* value)
@@ -68,20 +69,24 @@ void check_insert(const EditNode& edit, const lyd_meta* key, const lyd_meta* val
 {
     if (edit.insert == InsertAt::unspecified && key == nullptr && value == nullptr)
         return;
+    const bool has_place = edit.insert != InsertAt::unspecified;
+    const char* given = has_place ? "insert" : (key != nullptr ? "key" : "value");
     if (!lysc_is_userordered(edit.schema))
-        refuse_attribute(edit, "insert, key and value are for entries of user-ordered lists only");
+        refuse_attribute(edit, given, "insert, key and value are for entries of user-ordered lists only");
     if (is_removal(edit.operation) || edit.operation == EditOperation::none)
-        refuse_attribute(edit, fmt::format("insert does not go with operation {}", operation_word(edit.operation)));
+        refuse_attribute(edit, given,
+                         fmt::format("insert does not go with operation {}", operation_word(edit.operation)));
 
     const bool by_anchor = edit.insert == InsertAt::before || edit.insert == InsertAt::after;
     const bool is_list = edit.schema->nodetype == LYS_LIST;
+    const char* wanted_name = is_list ? "key" : "value";
     const lyd_meta* wanted = is_list ? key : value;
     const lyd_meta* other = is_list ? value : key;
     if (other != nullptr || (wanted != nullptr) != by_anchor)
-        refuse_attribute(edit,
-                         fmt::format("insert before or after needs the attribute {}, and only they take it",
-                                     is_list ? "key" : "value"),
-                         "missing-instance");
+        refuse_attribute(
+            edit, other != nullptr ? other->name : wanted_name,
+            fmt::format("insert before or after needs the attribute {}, and only they take it", wanted_name),
+            "missing-instance");
 }
 
 void read_attributes(EditNode& edit)
@@ -208,7 +213,7 @@ std::vector<EditNode> read_siblings(const lyd_node* first, const EditNode* paren
         if (!lysc_is_key(edit.schema))
             result.push_back(std::move(edit));
         else if (edit.operation != inherited)
-            refuse_attribute(edit, "a key cannot have another operation than its entry");
+            refuse_attribute(edit, "operation", "a key cannot have another operation than its entry");
     }
     return result;
 }

@@ -56,6 +56,15 @@ std::string unknown_element_reason(const lyd_node* opaque, const lysc_node* pare
     return expected.empty() ? reason : fmt::format("{}; expected xmlns=\"{}\"", reason, expected);
 }
 
+[[noreturn]] void refuse_unknown(const lyd_node* opaque, const lysc_node* parent)
+{
+    const std::string reason = unknown_element_reason(opaque, parent);
+    if (named_module(opaque) != nullptr)
+        throw RpcError("unknown-element", edit_path(opaque), reason);
+    const char* space = as_opaque(opaque)->name.module_ns;
+    throw RpcError("unknown-namespace", edit_path(opaque), reason).naming(space != nullptr ? space : "");
+}
+
 std::string misfit_reason(const lyd_node* opaque)
 {
     lyd_parse_opaq_error(opaque);
@@ -160,7 +169,8 @@ void check_attribute(const ly_ctx* context, const xmlAttr* attribute, const xmlN
 {
     const auto value = content_of(reinterpret_cast<const xmlNode*>(attribute));
     if (const auto fault = attribute_fault(view(attribute->name), space_of(attribute->ns), value))
-        throw RpcError(fault->tag, place_of(context, attribute->parent, frame).path, fault->reason);
+        throw RpcError(fault->tag, place_of(context, attribute->parent, frame).path, fault->reason)
+            .naming(std::string(view(attribute->name)));
 }
 
 void check_attributes_below(const ly_ctx* context, const xmlNode* parent, const xmlNode* frame)
@@ -187,8 +197,7 @@ void refuse_misfit(const lyd_node* opaque, const lysc_node* parent)
     const std::string path = edit_path(opaque);
     const lysc_node* schema = named_schema(opaque, parent);
     if (schema == nullptr)
-        throw RpcError(named_module(opaque) == nullptr ? "unknown-namespace" : "unknown-element", path,
-                       unknown_element_reason(opaque, parent));
+        refuse_unknown(opaque, parent);
     if (schema->nodetype == LYS_LIST)
         refuse_bad_key(opaque, schema);
     const bool has_value = (schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0;
@@ -203,8 +212,9 @@ std::string namespace_phrase(std::string_view space)
 void refuse_wrong_attributes(const ly_ctx* context, const xmlNode* frame)
 {
     if (frame->type == XML_ELEMENT_NODE && frame->properties != nullptr) {
-        const AttributeFault fault = frame_attribute_fault(view(frame->properties->name));
-        throw RpcError(fault.tag, "/nc:edit-config/config", fault.reason);
+        const std::string name(view(frame->properties->name));
+        const AttributeFault fault = frame_attribute_fault(name);
+        throw RpcError(fault.tag, "/nc:edit-config/config", fault.reason).naming(name);
     }
     check_attributes_below(context, frame, frame);
 }

@@ -31,10 +31,13 @@ std::string_view view(const xmlChar* text)
 [[noreturn]] void throw_unknown_root(const YangSchema& schema, const std::string& name, std::string_view space)
 {
     const bool known_space = space == netconf_namespace;
-    throw RpcError(known_space ? "unknown-element" : "unknown-namespace", fmt::format("/{}", name),
-                   fmt::format("the edit starts with <{}> {}; expected <rpc>, <edit-config> or <config> of namespace "
-                               "\"{}\", or a root of the configuration, of namespace \"{}\"",
-                               name, namespace_phrase(space), netconf_namespace, schema.module()->ns));
+    const std::string reason =
+        fmt::format("the edit starts with <{}> {}; expected <rpc>, <edit-config> or <config> of namespace \"{}\", or a "
+                    "root of the configuration, of namespace \"{}\"",
+                    name, namespace_phrase(space), netconf_namespace, schema.module()->ns);
+    if (known_space)
+        throw RpcError("unknown-element", fmt::format("/{}", name), reason);
+    throw RpcError("unknown-namespace", fmt::format("/{}", name), reason).naming(std::string(space));
 }
 
 // What stands around the given root in a complete request.

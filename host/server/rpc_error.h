@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace qnips
 {
@@ -24,16 +25,27 @@ public:
     {
     }
 
+    // The same error with what its error-info names beside the element (RFC 6241, appendix A): of a tag that ends in
+    // "-attribute" the attribute, of "unknown-namespace" the namespace.
+    [[nodiscard]] RpcError naming(std::string culprit) &&
+    {
+        culprit_ = std::move(culprit);
+        return std::move(*this);
+    }
+
     [[nodiscard]] std::string_view tag() const noexcept { return tag_; }
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
     [[nodiscard]] const std::string& app_tag() const noexcept { return app_tag_; }
     [[nodiscard]] std::optional<std::uint32_t> lock_holder() const noexcept { return lock_holder_; }
+    // Empty where nothing was named.
+    [[nodiscard]] const std::string& culprit() const noexcept { return culprit_; }
 
 private:
     std::string_view tag_;
     std::string path_;
     std::string app_tag_;
     std::optional<std::uint32_t> lock_holder_;
+    std::string culprit_;
 };
 
 } // namespace qnips

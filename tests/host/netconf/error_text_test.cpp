@@ -62,6 +62,14 @@ TEST(ErrorText, HasWhatTheErrorHas)
          head("application", "bad-element") + declared +
              "/qn-ips:ips-config/qn-ips:list[qn-ips:name=&quot;a'/b&quot;]</error-path>" + message("m") +
              "<error-info><bad-element>list</bad-element></error-info>"},
+        {RpcError("unknown-namespace", "/qn-ips:ips-config/none", "m").naming("urn:a&b"),
+         head("application", "unknown-namespace") + declared + "/qn-ips:ips-config/qn-ips:none</error-path>" +
+             message("m") +
+             "<error-info><bad-element>none</bad-element><bad-namespace>urn:a&amp;b</bad-namespace></error-info>"},
+        {RpcError("bad-attribute", "/qn-ips:ips-config/none", "m").naming("key"),
+         head("application", "bad-attribute") + declared + "/qn-ips:ips-config/qn-ips:none</error-path>" +
+             message("m") +
+             "<error-info><bad-attribute>key</bad-attribute><bad-element>none</bad-element></error-info>"},
     };
     for (const Case& one : cases)
         EXPECT_EQ(text_of({one.error}), one.text);

@@ -105,7 +105,14 @@ const std::vector<Broken> broken_messages = {
     {request("<lock><target><moon/></target></lock>"), "unknown-element", "<bad-element>moon</bad-element>"},
     {request(edit("running", config_with("<profile operation=\"delete\"><name>web</name></profile>"))),
      "unknown-attribute", "<bad-attribute>operation</bad-attribute><bad-element>profile</bad-element>"},
-    {request(edit("running", "<other xmlns=\"urn:other\"/>")), "unknown-namespace", ""},
+    {request(edit("running", "<other xmlns=\"urn:other\"/>")), "unknown-namespace",
+     "<bad-element>other</bad-element><bad-namespace>urn:other</bad-namespace>"},
+    {request(
+         edit("running",
+              config_with(fmt::format(
+                  "<profile><name>web</name><signature-sets><signature-set xmlns:y=\"urn:ietf:params:xml:ns:yang:1\" "
+                  "y:insert=\"after\"><name>b</name></signature-set></signature-sets></profile>")))),
+     "bad-attribute", "<bad-attribute>key</bad-attribute><bad-element>signature-set</bad-element>"},
     {request("<kill-session><session-id>moon</session-id></kill-session>"), "invalid-value",
      "<bad-element>session-id</bad-element>"},
     {request(fmt::format("<edit-config><target><running/></target><config xmlns:nc=\"{}\" nc:operation=\"replace\">{}"

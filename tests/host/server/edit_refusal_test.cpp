@@ -83,6 +83,38 @@ TEST(EditRefusal, AttributesInTheWrongPlace)
                  });
 }
 
+TEST(EditRefusal, NamesTheAttributeOrNamespaceAtFault)
+{
+    struct Case {
+        const char* edit;
+        const char* culprit;
+    };
+    const std::vector<Case> cases = {
+        {"<settings nc:operation='destroy'/>", "operation"},
+        {"<settings><level operation='delete'/></settings>", "operation"},
+        {"<item nc:operation='delete'><name>a</name><size nc:operation='create'>1</size></item>", "operation"},
+        {"<item><name nc:operation='delete'>a</name></item>", "operation"},
+        {"<item yang:insert='first'><name>b</name></item>", "insert"},
+        {R"(<item yang:key="[name='a']"><name>b</name></item>)", "key"},
+        {"<stage nc:operation='delete' yang:insert='first'><name>a</name></stage>", "insert"},
+        {"<stage yang:insert='before'><name>b</name></stage>", "key"},
+        {R"(<stage yang:insert='first' yang:key="[name='a']"><name>b</name></stage>)", "key"},
+        {R"(<stage yang:insert='after' yang:value="a"><name>b</name></stage>)", "value"},
+        {R"(<stage yang:insert='after' yang:key="[name='z']"><name>b</name></stage>)", "key"},
+        {"<x xmlns='urn:x'/>", "urn:x"},
+        {"<settings><level>99</level></settings>", ""},
+    };
+    for (const Case& test : cases) {
+        try {
+            ConfigTree tree = config("<item><name>a</name></item>");
+            const AppliedEdit edit(tree, edit_of(test.edit));
+            ADD_FAILURE() << test.edit << " is accepted";
+        } catch (const RpcError& error) {
+            EXPECT_EQ(error.culprit(), test.culprit) << test.edit;
+        }
+    }
+}
+
 TEST(EditRefusal, AttributesThatNoEditHas)
 {
     expect_refused(
