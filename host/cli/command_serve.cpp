@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -19,6 +20,7 @@
 #include "cli/emulated_device.h"
 #include "cli/server_signals.h"
 #include "netconf/access_file.h"
+#include "netconf/descriptor_limit.h"
 #include "netconf/host_key.h"
 #include "netconf/operations.h"
 #include "netconf/server.h"
@@ -207,6 +209,16 @@ void reload(const ServeOptions& options, const ServeSettings& settings, ServerLo
     }
 }
 
+// A session has several file descriptors, and the usual limit is not meant for servers.
+void raise_limits(const ServerLimits& limits, ServerLog& log)
+{
+    const std::uint64_t limit = raise_descriptor_limit();
+    const std::uint64_t needed = descriptors_needed(limits);
+    if (limit < needed)
+        log.write(LogLevel::warning, "few-descriptors",
+                  {{"limit", limit}, {"needed", needed}, {"sessions", limits.sessions}});
+}
+
 ExitCode run(const GlobalOptions& global, const ServeOptions& options)
 {
     const ServeSettings settings = settings_of(options);
@@ -215,6 +227,7 @@ ExitCode run(const GlobalOptions& global, const ServeOptions& options)
     umask(S_IRWXG | S_IRWXO);      // who could read its files would read what access control denies
     std::filesystem::create_directories(settings.state);
     ServerLog log(settings.log);
+    raise_limits(settings.limits, log);
     if (!settings.ssh.empty())
         ensure_host_key(settings.host_key);
 

@@ -1,5 +1,6 @@
 // Who may do what on the running server, over SSH and over the socket; its settings, and what it reads anew on SIGHUP.
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -309,6 +310,31 @@ TEST_F(ServeRights, OptionsComeBeforeTheSettings)
     EXPECT_TRUE(std::filesystem::exists(socket()));
     EXPECT_FALSE(std::filesystem::exists(folder_.file("other")));
     EXPECT_THAT(log(), StartsWith("{\"time\":\""));
+}
+
+// 64 sessions, as many newcomers, and the process's own.
+TEST_F(ServeRights, HasAsManyFilesAsItMayAndTellsWhenTheyAreTooFew)
+{
+    struct Case {
+        rlim_t soft;
+        rlim_t hard;
+        testing::Matcher<std::string> log;
+    };
+    const auto told = HasSubstr("level=warning event=few-descriptors limit=300 needed=544 sessions=64");
+    const std::vector<Case> cases = {{300, 300, told}, {200, 300, told}, {300, 544, Not(HasSubstr("few-descriptors"))}};
+    for (const Case& one : cases) {
+        write_file(log_file_, "");
+        const std::string said = in_child([&](const Reports& reports) {
+            const rlimit limit{one.soft, one.hard};
+            if (setrlimit(RLIMIT_NOFILE, &limit) != 0)
+                throw std::runtime_error("setrlimit");
+            start({"--unix", socket()});
+            reports.say(RawClient(socket()).call(get_config("running")));
+            server_.reset();
+        });
+        EXPECT_EQ(said, "<data/>\n");
+        EXPECT_THAT(log(), one.log) << one.soft << " of " << one.hard;
+    }
 }
 
 TEST_F(ServeRights, DoesNotStartWithBadSettings)
