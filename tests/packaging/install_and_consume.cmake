@@ -43,6 +43,14 @@ if(systemd_analyze)
     endif()
 endif()
 
+# As a package is made: staged, with the prefix of the build. The settings are where the unit looks for them.
+set(stage "${scratch}/stage")
+run("${CMAKE_COMMAND}" -E env "DESTDIR=${stage}" "${CMAKE_COMMAND}" --install "${build_dir}")
+file(GLOB_RECURSE units "${stage}/*/qn-ips.service")
+file(READ "${units}" unit)
+string(REGEX MATCH "--config ([^ \n]+)" ignored "${unit}")
+require_file("${stage}${CMAKE_MATCH_1}")
+
 # Through the CMake package.
 run("${CMAKE_COMMAND}" -S "${consumer}" -B "${scratch}/consumer" "-DCMAKE_PREFIX_PATH=${prefix}"
     "-DCMAKE_C_COMPILER=${c_compiler}" "-DCMAKE_C_FLAGS=${c_flags}")
