@@ -16,7 +16,6 @@ namespace
 constexpr std::uint64_t of_a_client = 4;
 // Databases, logs, places to listen, and what libraries open for a moment.
 constexpr std::uint64_t of_the_process = 32;
-constexpr std::uint64_t fewest_newcomers = 32;
 
 } // namespace
 

@@ -31,9 +31,6 @@ namespace
 {
 
 constexpr std::chrono::milliseconds tick{100}; // after which threads look whether they are to end
-// Clients that are no sessions yet, or not any more, can be as many as sessions and this at least. They are that for
-// moments, unless they are silent.
-constexpr std::size_t fewest_newcomers = 32;
 // For the answers that are under way when the server ends.
 constexpr std::chrono::seconds last_answers{3};
 

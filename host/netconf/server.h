@@ -28,6 +28,10 @@ struct SshEndpoint {
     std::uint16_t port = 830; // 0: any that is free
 };
 
+// Clients that are no sessions yet, or not any more, can be as many as sessions and this at least. They are that for
+// moments, unless they are silent.
+inline constexpr std::size_t fewest_newcomers = 32;
+
 struct ServerLimits {
     std::size_t sessions = 64;              // at a time
     std::size_t message_bytes = 1 << 24;    // 16 MiB, of one message of a client
