@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <libyang/libyang.h>
 
+#include "netconf/xml_text.h"
 #include "server/edit_request.h"
 #include "server/libyang_error.h"
 #include "server/rpc_error.h"
@@ -32,13 +33,6 @@ std::string_view namespace_of(const lyd_node* node)
         return node->schema->module->ns;
     const char* space = as_opaque(node)->name.module_ns;
     return space != nullptr ? space : "";
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? "" : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 bool is_term(const lyd_node* node)

@@ -8,6 +8,7 @@
 #include <libyang/libyang.h>
 #include <nc_server.h>
 
+#include "netconf/default_tags.h"
 #include "netconf/error_text.h"
 
 namespace qnips
@@ -19,10 +20,6 @@ namespace
 struct TextDeleter {
     void operator()(char* text) const noexcept { std::free(text); }
 };
-
-// libyang tags default values in the namespace of the YANG module, which is not the attribute's (RFC 6243, 6).
-constexpr const char* module_namespace = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults";
-constexpr const char* attribute_namespace = "urn:ietf:params:xml:ns:netconf:default:1.0";
 
 TreePtr error_tree(const ly_ctx* context, const ReplyError& error)
 {
@@ -47,21 +44,6 @@ nc_server_reply* error_message(const ly_ctx* context, const std::vector<ReplyErr
     return message;
 }
 
-void correct_namespaces(xmlNode* first)
-{
-    for (xmlNode* node = first; node != nullptr; node = node->next) {
-        if (node->type != XML_ELEMENT_NODE)
-            continue;
-        for (xmlNs* space = node->nsDef; space != nullptr; space = space->next) {
-            if (xmlStrEqual(space->href, reinterpret_cast<const xmlChar*>(module_namespace)) == 0)
-                continue;
-            xmlFree(const_cast<xmlChar*>(space->href));
-            space->href = xmlStrdup(reinterpret_cast<const xmlChar*>(attribute_namespace));
-        }
-        correct_namespaces(node->children);
-    }
-}
-
 std::string tagged_text(const lyd_node* tree)
 {
     char* text = nullptr;
@@ -72,7 +54,7 @@ std::string tagged_text(const lyd_node* tree)
     const std::unique_ptr<char, TextDeleter> owned(text);
     const DocumentPtr document = parse_xml("<roots>" + std::string(text) + "</roots>");
     xmlNode* roots = xmlDocGetRootElement(document.get());
-    correct_namespaces(roots->children);
+    correct_tags(roots->children);
     std::string result;
     for (xmlNode* node = roots->children; node != nullptr; node = node->next)
         result += xml_text(document, node);

@@ -8,6 +8,7 @@
 #include <libxml/xmlreader.h>
 #include <libyang/libyang.h>
 
+#include "netconf/default_tags.h"
 #include "netconf/parameter_check.h"
 #include "netconf/xml_text.h"
 #include "server/edit_attributes.h"
@@ -20,7 +21,6 @@ namespace
 {
 
 constexpr std::string_view base_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
-constexpr std::string_view defaults_namespace = "urn:ietf:params:xml:ns:netconf:default:1.0";
 constexpr std::string_view xml_namespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view declaration_namespace = "http://www.w3.org/2000/xmlns/";
 constexpr std::string_view base_1_0 = "urn:ietf:params:netconf:base:1.0";
@@ -33,14 +33,6 @@ struct ReaderDeleter {
 std::string_view text_of(const xmlChar* text)
 {
     return text != nullptr ? reinterpret_cast<const char*>(text) : std::string_view();
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 bool is_element(const xmlNode* node, std::string_view name)
@@ -86,6 +78,8 @@ public:
     }
 
     [[nodiscard]] const std::vector<ReplyError>& errors() const { return errors_; }
+    // Whether an edit marks values as defaults (RFC 6243, 4.5.2).
+    [[nodiscard]] bool has_tags() const { return has_tags_; }
     // A request with the attributes of this one that changes nothing; for a message that is no request, one without
     // any.
     [[nodiscard]] std::string substitute() const
@@ -316,9 +310,15 @@ private:
             const AttributeFault fault = frame_attribute_fault(name);
             return refuse_attribute(fault.tag, fault.reason, name, level);
         }
-        if (space == defaults_namespace && name == "default")
+        const std::string_view value = text_of(xmlTextReaderConstValue(reader_.get()));
+        const bool is_tag = space == default_tag_namespace && name == "default";
+        has_tags_ = has_tags_ || is_tag;
+        if (is_tag && !default_tag_value(value))
+            refuse("bad-attribute", "application", fmt::format("\"{}\" is not true or false", value),
+                   {{"bad-attribute", name}, {"bad-element", element}});
+        if (is_tag)
             return;
-        if (const auto fault = attribute_fault(name, space, text_of(xmlTextReaderConstValue(reader_.get()))))
+        if (const auto fault = attribute_fault(name, space, value))
             refuse(fault->tag, "application", fault->reason, {{"bad-attribute", name}, {"bad-element", element}});
     }
 
@@ -328,6 +328,7 @@ private:
     std::string name_;  // of the <rpc>, with its prefix
     std::string start_; // the same with its attributes
     bool has_operation_ = false;
+    bool has_tags_ = false;
     std::vector<ReplyError> errors_;
 };
 
@@ -382,6 +383,8 @@ std::optional<CheckedRequest> check_request(const ly_ctx* context, Message messa
         return too_long(context, message.text);
     RequestReader reader(context, message.text);
     reader.read_all();
+    if (reader.errors().empty() && reader.has_tags())
+        return CheckedRequest{with_library_tags(message.text), {}};
     if (reader.errors().empty())
         return CheckedRequest{std::move(message.text), {}};
     if (reader.errors().front().error.tag() == "malformed-message" && framing == Framing::end_of_message)

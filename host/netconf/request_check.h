@@ -24,8 +24,8 @@ std::optional<Framing> framing_after_hello(const std::string& hello);
 std::string_view hello_for(Framing framing);
 
 struct CheckedRequest {
-    // What goes on to the library: the message, or where it is refused a request in its place that has the same
-    // attributes, so that the reply has them as well.
+    // What goes on to the library: the message (see default_tags.h for what is translated), or where it is refused a
+    // request in its place that has the same attributes, so that the reply has them as well.
     std::string text;
     // Why it is refused; empty when it is not.
     std::vector<ReplyError> errors;

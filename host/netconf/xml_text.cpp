@@ -23,4 +23,12 @@ std::string xml_escaped(std::string_view text)
     return result;
 }
 
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(blanks);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
 } // namespace qnips

@@ -11,4 +11,7 @@ namespace qnips
 // question marks.
 std::string xml_escaped(std::string_view text);
 
+// The text without white space around it.
+std::string_view trimmed(std::string_view text);
+
 } // namespace qnips

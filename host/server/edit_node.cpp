@@ -130,6 +130,35 @@ void read_opaque(EditNode& edit, const lysc_node* parent)
         refuse_misfit(edit.node, parent);
 }
 
+// Whether the client has marked the node as being at its default; libyang keeps the mark as a flag, which containers
+// without presence have as well while they hold nothing.
+bool is_marked_default(const lyd_node* node)
+{
+    return node->schema != nullptr && (node->flags & LYD_DEFAULT) != 0 && !lysc_is_np_cont(node->schema);
+}
+
+// RFC 6243, 4.5.2: with the mark and the default's value a leaf goes back to not being set.
+void read_default_mark(EditNode& edit)
+{
+    if (edit.schema->nodetype != LYS_LEAF)
+        refuse_attribute(edit, "default", "only a leaf can be marked as being at its default");
+    if (is_removal(edit.operation))
+        refuse_attribute(
+            edit, "default",
+            fmt::format("the mark of a default does not go with operation {}", operation_word(edit.operation)));
+    const auto* leaf = reinterpret_cast<const lyd_node_term*>(edit.node);
+    const lyd_value* value = reinterpret_cast<const lysc_node_leaf*>(edit.schema)->dflt;
+    if (value == nullptr)
+        throw RpcError("invalid-value", edit_path(edit.node), "the leaf has no default that it could be at");
+    const std::string standard = lyd_value_get_canonical(LYD_CTX(edit.node), value);
+    if (lyd_value_compare(leaf, standard.c_str(), standard.size()) != LY_SUCCESS)
+        throw RpcError(
+            "invalid-value", edit_path(edit.node),
+            fmt::format("\"{}\" is marked as the default, which is \"{}\"", lyd_get_value(edit.node), standard));
+    if (edit.operation != EditOperation::none)
+        edit.operation = EditOperation::remove;
+}
+
 EditNode read_edit_node(const lyd_node* node, const lysc_node* parent, EditOperation inherited)
 {
     EditNode edit;
@@ -140,6 +169,8 @@ EditNode read_edit_node(const lyd_node* node, const lysc_node* parent, EditOpera
         read_opaque(edit, parent);
     else if (node->meta != nullptr)
         read_attributes(edit);
+    if (is_marked_default(node))
+        read_default_mark(edit);
     if ((edit.schema->flags & LYS_CONFIG_R) != 0)
         throw RpcError("unknown-element", edit_path(node), "state data cannot be edited");
     return edit;

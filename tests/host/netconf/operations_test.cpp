@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -166,6 +167,42 @@ TEST(Operations, CommitAndDiscardTheCandidate)
                         {edit("candidate", config_with(profile("mail"))), "ok"},
                         {"<commit/>", "ok"}});
     EXPECT_EQ(server.call(get_config("running")), config_of(profile("mail")));
+}
+
+// RFC 6243, 4.5.2: with the default's value and its mark a leaf goes back to not being set.
+TEST(Operations, SetMarkedLeavesBackToTheirDefaults)
+{
+    const auto marked = [](const std::string& leaf, const std::string& attributes = {}) {
+        return fmt::format(
+            "<associated-check-enable xmlns:wd=\"urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults\" "
+            "xmlns:nc=\"urn:ietf:params:xml:ns:netconf:base:1.0\" wd:default=\"true\" {}>{}"
+            "</associated-check-enable>",
+            attributes, leaf);
+    };
+    const std::string path = "/qn-ips:ips-config/user-defined-ips/vsys[name='branch']/profiles/profile[name='web']/"
+                             "associated-check-enable";
+    const std::string set = "<associated-check-enable>true</associated-check-enable>";
+    for (const char* attributes :
+         {"", "nc:operation=\"merge\"", "nc:operation=\"create\"", "nc:operation=\"replace\""}) {
+        NetconfServer server;
+        expect_all(server, {{edit("running", config_with(profile("web", set))), "ok"},
+                            {edit("running", config_with(profile("web", marked("true", attributes)))),
+                             "invalid-value " + path}});
+        EXPECT_EQ(server.call(get_config("running")), config_of(profile("web", set))) << attributes;
+        expect_all(server, {{edit("running", config_with(profile("web", marked("false", attributes)))), "ok"}});
+        EXPECT_EQ(server.call(get_config("running")), config_of(profile("web"))) << attributes;
+    }
+    NetconfServer server;
+    for (const char* operation : {"delete", "remove"})
+        expect_all(server,
+                   {{edit("running",
+                          config_with(profile("web", marked("false", fmt::format("nc:operation=\"{}\"", operation))))),
+                     "bad-attribute " + path}});
+    const std::string config = "<config>" + config_with(profile("web", marked("false"))) + "</config>";
+    expect_all(server, {{edit("running", config_with(profile("web", marked("false")))), "ok"},
+                        {copy("startup", config), "ok"}});
+    EXPECT_EQ(server.call(get_config("running")), config_of(profile("web")));
+    EXPECT_EQ(server.call(get_config("startup")), config_of(profile("web")));
 }
 
 TEST(Operations, TakeBackAnUnconfirmedCommit)

@@ -17,6 +17,7 @@ namespace qnips::test
 namespace
 {
 
+using testing::AllOf;
 using testing::HasSubstr;
 
 const std::string base = "urn:ietf:params:xml:ns:netconf:base:1.0";
@@ -202,6 +203,26 @@ TEST(RequestCheck, KnowsTheAttributesOfParameters)
         "<filter type=\"subtree\"><a b=\"c\"/></filter></create-subscription>"};
     for (const std::string& legal : legal_ones)
         EXPECT_EQ(refusal_of(request(legal)), "") << legal;
+}
+
+// libyang would pass over the attribute in the namespace that the RFC gives it.
+TEST(RequestCheck, HandsMarkedDefaultsOn)
+{
+    const auto marked = [](const std::string& value) {
+        return request(
+            edit("running", fmt::format(R"(<a xmlns="urn:a" xmlns:wd="urn:ietf:params:xml:ns:netconf:default)"
+                                        R"(:1.0"><b wd:default="{}">1</b></a>)",
+                                        value)));
+    };
+    for (const auto& [word, value] : std::vector<std::pair<std::string, std::string>>{
+             {"true", "true"}, {" 1 ", "true"}, {"false", "false"}, {"0", "false"}}) {
+        EXPECT_EQ(refusal_of(marked(word)), "") << word;
+        EXPECT_THAT(checked(marked(word))->text,
+                    AllOf(HasSubstr("xmlns:wd=\"urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults\""),
+                          HasSubstr("<b wd:default=\"" + value + "\">1</b>")));
+    }
+    for (const char* word : {"", "yes", "TRUE", "2"})
+        EXPECT_EQ(refusal_of(marked(word)), "application bad-attribute bad-attribute=default bad-element=b") << word;
 }
 
 TEST(RequestCheck, PutsARequestWithTheSameAttributesInItsPlace)

@@ -119,6 +119,13 @@ const std::vector<Broken> broken_messages = {
                          "</config></edit-config>",
                          base, config_with(profile("mail")))),
      "unknown-attribute", "<bad-attribute>operation</bad-attribute><bad-element>config</bad-element>"},
+    {request(edit(
+         "running",
+         config_with(profile(
+             "web",
+             "<associated-check-enable xmlns:wd=\"urn:ietf:params:xml:ns:netconf:default:1.0\" wd:default=\"1\">true"
+             "</associated-check-enable>")))),
+     "invalid-value", ""},
     {request("<validate><source><running/><candidate/></source></validate>"), "bad-element",
      "<bad-element>candidate</bad-element>"},
     {request("<get foo=\"x\"/>"), "unknown-attribute",

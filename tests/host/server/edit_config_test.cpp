@@ -2,6 +2,7 @@
 #include "server/edit_config.h"
 
 #include <gtest/gtest.h>
+#include <libyang/libyang.h>
 
 #include "engine_fixture.h"
 
@@ -82,6 +83,57 @@ TEST(EditConfig, MarksWhatLeavesAndContainersBecome)
     };
     for (const EditCase& test : cases)
         expect_edit(test);
+}
+
+// As libyang marks a node that the client calls a default.
+void mark_default(const EditRequest& request, const char* path)
+{
+    lyd_node* node = nullptr;
+    ASSERT_EQ(lyd_find_path(request.edit, path, 0, &node), LY_SUCCESS);
+    node->flags |= static_cast<std::uint32_t>(LYD_DEFAULT);
+}
+
+// RFC 6243, 4.5.2.
+TEST(EditConfig, TakesBackWhatIsMarkedAsADefault)
+{
+    struct Case {
+        const char* before;
+        const char* edit;
+        const char* marked;
+        const char* after; // or the error
+    };
+    const char* level = "/engine-test:top/settings/level";
+    const std::vector<Case> cases = {
+        {"<settings><level>4</level><label>x</label></settings>", "<settings><level>3</level></settings>", level,
+         "<settings><label>x</label></settings>"},
+        {"<settings><level>4</level></settings>", "<settings nc:operation='replace'><level>3</level></settings>", level,
+         ""},
+        {"", "<settings nc:operation='create'><level>3</level><label>x</label></settings>", level,
+         "<settings><label>x</label></settings>"},
+        {"<settings><level>4</level></settings>", "<settings><level nc:operation='create'>3</level></settings>", level,
+         ""},
+        {"", "<settings><level>4</level></settings>", level, "invalid-value /et:top/settings/level"},
+        {"", "<settings><level nc:operation='delete'>3</level></settings>", level,
+         "bad-attribute /et:top/settings/level"},
+        {"", "<settings nc:operation='remove'><level>3</level></settings>", level,
+         "bad-attribute /et:top/settings/level"},
+        {"", "<settings><label>x</label></settings>", "/engine-test:top/settings/label",
+         "invalid-value /et:top/settings/label"},
+        {"", "<settings><tag>x</tag></settings>", "/engine-test:top/settings/tag[.='x']",
+         "bad-attribute /et:top/settings/tag[.='x']"},
+        {"", "<feature/>", "/engine-test:top/feature", "bad-attribute /et:top/feature"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.edit);
+        ConfigTree tree = config(test.before);
+        const EditRequest request = edit_of(test.edit);
+        mark_default(request, test.marked);
+        const std::string error = error_of([&] { AppliedEdit(tree, request).commit(); });
+        if (error.empty())
+            EXPECT_EQ(exact_text_of(tree), exact_text_of(config(test.after)));
+        else
+            EXPECT_EQ(error, test.after);
+    }
 }
 
 TEST(EditConfig, CreatesAContainerWithPresenceForItsOwnSake)
