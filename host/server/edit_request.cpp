@@ -134,17 +134,21 @@ void read_option(const lyd_node* edit_config, const char* name, const Word<Optio
             option = word.option;
 }
 
+std::string config_path(const lyd_node* edit_config)
+{
+    return fmt::format("{}/config", instance_path(edit_config));
+}
+
+// Null for a <config> that holds nothing.
 const lyd_node* first_edit_node(const lyd_node* edit_config)
 {
-    const std::string path = fmt::format("{}/config", instance_path(edit_config));
     const lyd_node* config = find_child(edit_config, "config");
     if (config == nullptr)
-        throw RpcError("missing-element", path, "the edit has no <config>");
+        throw RpcError("missing-element", config_path(edit_config), "the edit has no <config>");
     const auto* any = reinterpret_cast<const lyd_node_any*>(config);
-    const lyd_node* first = any->value_type == LYD_ANYDATA_DATATREE ? any->value.tree : nullptr;
-    if (first == nullptr)
-        throw RpcError("missing-element", path, "the edit is empty: no node below <config>");
-    return first;
+    if (config->schema != nullptr && any->value_type == LYD_ANYDATA_DATATREE)
+        return any->value.tree;
+    throw RpcError("bad-element", config_path(edit_config), "the <config> of the edit holds no elements but a text");
 }
 
 // How an error calls a request.
@@ -224,6 +228,9 @@ EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml)
                                    operation != nullptr ? node_name(operation) : "nothing"));
 
     EditRequest request = read_edit_request(operation);
+    // Legal, but of a file more likely a mistake.
+    if (request.edit == nullptr)
+        throw RpcError("missing-element", config_path(operation), "the edit is empty: no node below <config>");
     if (request.target != DatastoreName::running)
         throw RpcError(
             "operation-not-supported", fmt::format("{}/target", instance_path(operation)),

@@ -26,14 +26,15 @@ struct EditRequest {
     DefaultOperation default_operation = DefaultOperation::merge;
     TestOption test_option = TestOption::unstated;
     ErrorOption error_option = ErrorOption::stop_on_error;
-    const lyd_node* edit = nullptr; // the first node below <config>; null only where all is replaced by nothing
+    const lyd_node* edit = nullptr; // the first node below <config>; null for an empty one
 };
 
 // The edit that makes `goal` of any configuration, with the fewest changes. The tree must outlive the request.
 EditRequest replacement(const ConfigTree& goal);
 
 // Reads an edit from XML text whose root is <rpc>, <edit-config>, <config> or a root of the module's configuration;
-// what is missing around it is supplied, with rollback-on-error. The target is running. Throws RpcError.
+// what is missing around it is supplied, with rollback-on-error. The target is running. Throws RpcError, also for an
+// edit without a node.
 EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml);
 
 // Reads an edit from the <edit-config> node of a parsed rpc, which must outlive the request. Throws RpcError.

@@ -158,6 +158,20 @@ TEST(Operations, EditRunningAndTheCandidate)
     }
 }
 
+// It changes nothing, unless it takes the place of everything.
+TEST(Operations, TakeAnEmptyConfiguration)
+{
+    for (const std::string target : {"running", "candidate"}) {
+        NetconfServer server;
+        expect_all(server, {{edit(target, config_with(web)), "ok"},
+                            {edit(target, ""), "ok"},
+                            {edit(target, "\n  ", "<default-operation>none</default-operation>"), "ok"}});
+        EXPECT_EQ(server.call(get_config(target)), config_of(web)) << target;
+        expect_all(server, {{edit(target, "", "<default-operation>replace</default-operation>"), "ok"}});
+        EXPECT_EQ(server.call(get_config(target)), "") << target;
+    }
+}
+
 TEST(Operations, CommitAndDiscardTheCandidate)
 {
     NetconfServer server;
@@ -270,10 +284,12 @@ TEST(Operations, TellEveryErrorOfAnEdit)
     ASSERT_TRUE(error.platform->line);
     EXPECT_THAT(error.platform->line->text, HasSubstr("web"));
 
-    expect_all(server, {{edit("running", config_with("<profile><name>x</name><none/></profile>")),
-                         "unknown-element /qn-ips:ips-config/"},
-                        {edit("running", ""), "missing-element /nc:edit-config/config"},
-                        {"<edit-config><config/></edit-config>", "missing-element /nc:edit-config/target"}});
+    expect_all(server,
+               {{edit("running", config_with("<profile><name>x</name><none/></profile>")),
+                 "unknown-element /qn-ips:ips-config/"},
+                {"<edit-config><target><running/></target></edit-config>", "missing-element /nc:edit-config/config"},
+                {edit("running", "text"), "bad-element /nc:edit-config/config"},
+                {"<edit-config><config/></edit-config>", "missing-element /nc:edit-config/target"}});
 }
 
 // ------------------------------------------------------------------------------------------- locks and sessions --

@@ -119,7 +119,7 @@ TEST(EditRequest, IsRefusedWithAReason)
         {rpc(""), "operation-failed"},
         {in_config(""), "missing-element /nc:edit-config/config"},
         {in_config("  \n "), "missing-element /nc:edit-config/config"},
-        {in_config("text"), "missing-element /nc:edit-config/config"},
+        {in_config("text"), "bad-element /nc:edit-config/config"},
         {edit_config(""), "missing-element /nc:edit-config/config"},
         {rpc("<edit-config>" + in_config(top("")) + "</edit-config>"), "missing-element /nc:edit-config/target"},
         {rpc("<edit-config><target/>" + in_config(top("")) + "</edit-config>"),
