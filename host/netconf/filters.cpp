@@ -1,7 +1,6 @@
 #include "netconf/filters.h"
 
 #include <algorithm>
-#include <memory>
 #include <unordered_map>
 
 #include <fmt/format.h>
@@ -10,6 +9,7 @@
 #include "netconf/xml_text.h"
 #include "server/edit_request.h"
 #include "server/libyang_error.h"
+#include "server/libyang_memory.h"
 #include "server/rpc_error.h"
 
 namespace qnips
@@ -18,21 +18,9 @@ namespace qnips
 namespace
 {
 
-struct SetDeleter {
-    void operator()(ly_set* set) const noexcept { ly_set_free(set, nullptr); }
-};
-
 const lyd_node_opaq* as_opaque(const lyd_node* node)
 {
     return reinterpret_cast<const lyd_node_opaq*>(node);
-}
-
-std::string_view namespace_of(const lyd_node* node)
-{
-    if (node->schema != nullptr)
-        return node->schema->module->ns;
-    const char* space = as_opaque(node)->name.module_ns;
-    return space != nullptr ? space : "";
 }
 
 bool is_term(const lyd_node* node)
@@ -54,7 +42,7 @@ std::vector<FilterNode> filter_nodes(const lyd_node* first)
 {
     std::vector<FilterNode> nodes;
     for (const lyd_node* node = first; node != nullptr; node = node->next)
-        nodes.push_back({node_name(node), std::string(namespace_of(node)), std::string(trimmed(text_of(node))),
+        nodes.push_back({node_name(node), std::string(node_namespace(node)), std::string(trimmed(text_of(node))),
                          filter_nodes(lyd_child(node))});
     return nodes;
 }
@@ -156,11 +144,11 @@ private:
     std::unordered_map<const lyd_node*, Mark> marks_;
 };
 
-std::unique_ptr<ly_set, SetDeleter> evaluate(const lyd_node* tree, const std::string& expression)
+SetPtr evaluate(const lyd_node* tree, const std::string& expression)
 {
     ly_set* set = nullptr;
     const LY_ERR result = lyd_find_xpath3(nullptr, tree, expression.c_str(), nullptr, &set);
-    std::unique_ptr<ly_set, SetDeleter> owner(set);
+    SetPtr owner(set);
     if (result != LY_SUCCESS)
         throw RpcError("invalid-value", {},
                        fmt::format("the filter's expression selects no nodes: {}", last_message(LYD_CTX(tree)).text));

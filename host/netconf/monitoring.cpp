@@ -1,13 +1,12 @@
 #include "netconf/monitoring.h"
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
 #include <fmt/format.h>
 #include <libyang/libyang.h>
 
 #include "server/libyang_error.h"
+#include "server/libyang_memory.h"
 #include "server/rpc_error.h"
 
 namespace qnips
@@ -18,17 +17,12 @@ namespace
 
 constexpr const char* monitoring_module = "ietf-netconf-monitoring";
 
-struct TextDeleter {
-    void operator()(char* text) const noexcept { std::free(text); }
-};
-using Text = std::unique_ptr<char, TextDeleter>;
-
 std::string date_and_time(std::time_t time)
 {
     char* text = nullptr;
     if (ly_time_time2str(time, nullptr, &text) != LY_SUCCESS)
         throw RpcError("operation-failed", {}, "the time cannot be written");
-    return Text(text).get();
+    return TextPtr(text).get();
 }
 
 // A state tree that grows by one node a call.
@@ -209,7 +203,7 @@ std::string schema_text(const YangSchema& schema, const std::string& identifier,
     const LY_ERR result = match->submodule != nullptr ? lys_print_submodule(raw, match->submodule, LYS_OUT_YANG, 0, 0)
                                                       : lys_print_module(raw, match->module, LYS_OUT_YANG, 0, 0);
     ly_out_free(raw, nullptr, 0);
-    const Text owned(text);
+    const TextPtr owned(text);
     if (result != LY_SUCCESS || text == nullptr)
         throw RpcError("operation-failed", {}, fmt::format("the schema {} cannot be written", identifier));
     return text;

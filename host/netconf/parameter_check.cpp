@@ -1,13 +1,13 @@
 #include "netconf/parameter_check.h"
 
 #include <memory>
-#include <new>
 
 #include <fmt/format.h>
 #include <libyang/libyang.h>
 
 #include "netconf/xml_text.h"
 #include "server/libyang_error.h"
+#include "server/libyang_memory.h"
 #include "server/yang_schema.h"
 
 namespace qnips
@@ -17,10 +17,6 @@ namespace
 {
 
 constexpr std::string_view base_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
-
-struct InputDeleter {
-    void operator()(ly_in* input) const noexcept { ly_in_free(input, 0); }
-};
 
 struct XmlDeleter {
     void operator()(xmlChar* text) const noexcept { xmlFree(text); }
@@ -86,10 +82,7 @@ bool can_stand_together(const lysc_node* one, const lysc_node* other)
 std::optional<std::string> parameter_fault(const ly_ctx* context, const xmlNode* element, std::string_view text)
 {
     const std::string operation = operation_with(element, text);
-    ly_in* raw = nullptr;
-    if (ly_in_new_memory(operation.c_str(), &raw) != LY_SUCCESS)
-        throw std::bad_alloc();
-    const std::unique_ptr<ly_in, InputDeleter> input(raw);
+    const InputPtr input = input_of(operation);
     lyd_node* tree = nullptr;
     const LY_ERR result = lyd_parse_op(context, nullptr, input.get(), LYD_XML, LYD_TYPE_RPC_YANG, &tree, nullptr);
     const TreePtr owner(tree);

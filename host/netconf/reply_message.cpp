@@ -1,7 +1,5 @@
 #include "netconf/reply_message.h"
 
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 
 #include <libxml/tree.h>
@@ -10,16 +8,13 @@
 
 #include "netconf/default_tags.h"
 #include "netconf/error_text.h"
+#include "server/libyang_memory.h"
 
 namespace qnips
 {
 
 namespace
 {
-
-struct TextDeleter {
-    void operator()(char* text) const noexcept { std::free(text); }
-};
 
 TreePtr error_tree(const ly_ctx* context, const ReplyError& error)
 {
@@ -51,7 +46,7 @@ std::string tagged_text(const lyd_node* tree)
         lyd_print_mem(&text, tree, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK | LYD_PRINT_WD_ALL_TAG) !=
             LY_SUCCESS)
         return {};
-    const std::unique_ptr<char, TextDeleter> owned(text);
+    const TextPtr owned(text);
     const DocumentPtr document = parse_xml("<roots>" + std::string(text) + "</roots>");
     xmlNode* roots = xmlDocGetRootElement(document.get());
     correct_tags(roots->children);

@@ -28,14 +28,6 @@ ConfigTree content(const Datastores& datastores, DatastoreName name)
     return datastores.startup();
 }
 
-std::string_view namespace_of(const lyd_node* node)
-{
-    if (node->schema != nullptr)
-        return node->schema->module->ns;
-    const char* space = reinterpret_cast<const lyd_node_opaq*>(node)->name.module_ns;
-    return space != nullptr ? space : "";
-}
-
 bool is_same(const RpcError& one, const RpcError& other)
 {
     return one.path() == other.path() && std::string_view(one.what()) == other.what();
@@ -95,7 +87,7 @@ void validate_for(const AccessControl& access, const AccessUser& user, const Dat
 void refuse_access_rules(const lyd_node* first)
 {
     for (const lyd_node* root = first; root != nullptr; root = root->next)
-        if (namespace_of(root) == access_namespace)
+        if (node_namespace(root) == access_namespace)
             throw RpcError("operation-not-supported", "/nacm:nacm",
                            "the access rules are read from a file of the server and cannot be changed by NETCONF");
 }

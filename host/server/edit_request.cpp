@@ -1,7 +1,6 @@
 #include "server/edit_request.h"
 
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include <fmt/format.h>
@@ -10,6 +9,7 @@
 
 #include "server/edit_refusal.h"
 #include "server/libyang_error.h"
+#include "server/libyang_memory.h"
 
 namespace qnips
 {
@@ -18,10 +18,6 @@ namespace
 {
 
 constexpr std::string_view netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
-
-struct InputDeleter {
-    void operator()(ly_in* input) const noexcept { ly_in_free(input, 0); }
-};
 
 std::string_view view(const xmlChar* text)
 {
@@ -205,10 +201,7 @@ DatastoreName read_datastore(const lyd_node* rpc, std::string_view parameter)
 EditRequest parse_edit_request(const YangSchema& schema, std::string_view xml)
 {
     const std::string text = complete_request(schema, xml);
-    ly_in* raw_input = nullptr;
-    if (ly_in_new_memory(text.c_str(), &raw_input) != LY_SUCCESS)
-        throw std::bad_alloc();
-    const std::unique_ptr<ly_in, InputDeleter> input(raw_input);
+    const InputPtr input = input_of(text);
 
     ly_err_clean(schema.context(), nullptr);
     lyd_node* envelope = nullptr;

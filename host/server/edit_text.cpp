@@ -1,7 +1,5 @@
 #include "server/edit_text.h"
 
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -11,6 +9,7 @@
 
 #include "server/config_tree.h"
 #include "server/libyang_error.h"
+#include "server/libyang_memory.h"
 #include "server/yang_schema.h"
 
 namespace qnips
@@ -20,10 +19,6 @@ namespace
 {
 
 constexpr unsigned places = XMLDIFF_ADD | XMLDIFF_SIBLING;
-
-struct TextDeleter {
-    void operator()(char* text) const noexcept { std::free(text); }
-};
 
 void annotate(lyd_node* node, const char* name, const std::string& value)
 {
@@ -124,7 +119,7 @@ std::string edit_text(const ChangeSet& changes)
     const TreePtr tree = EditWriter(changes.old_order()).write(changes.roots());
     char* raw = nullptr;
     check(lyd_print_mem(&raw, tree.get(), LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK), tree.get(), "print");
-    const std::unique_ptr<char, TextDeleter> text(raw);
+    const TextPtr text(raw);
     return std::string(R"(<config xmlns="urn:ietf:params:xml:ns:netconf:base:1.0">)") + raw + "</config>";
 }
 

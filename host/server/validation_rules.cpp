@@ -1,7 +1,6 @@
 // Which modules the closure of an edit can speak for, and which lists it needs whole.
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 #include <stdexcept>
 #include <vector>
 
@@ -10,16 +9,13 @@
 
 #include "server/edit_validation.h"
 #include "server/expression_reach.h"
+#include "server/libyang_memory.h"
 
 namespace qnips
 {
 
 namespace
 {
-
-struct SetDeleter {
-    void operator()(ly_set* set) const noexcept { ly_set_free(set, nullptr); }
-};
 
 [[noreturn]] void refuse(const lysc_node* node, const std::string& reason)
 {
@@ -126,7 +122,7 @@ private:
         ly_set* raw_atoms = nullptr;
         if (lys_find_expr_atoms(context, context->module, must.cond, must.prefixes, 0, &raw_atoms) != LY_SUCCESS)
             refuse(context, "its must cannot be understood");
-        const std::unique_ptr<ly_set, SetDeleter> atoms(raw_atoms);
+        const SetPtr atoms(raw_atoms);
         for (std::uint32_t i = 0; i < atoms->count; ++i)
             read_atom(context, atoms->snodes[i]);
     }

@@ -260,6 +260,14 @@ const char* node_name(const lyd_node* node)
     return node->schema != nullptr ? node->schema->name : reinterpret_cast<const lyd_node_opaq*>(node)->name.name;
 }
 
+std::string_view node_namespace(const lyd_node* node)
+{
+    if (node->schema != nullptr)
+        return node->schema->module->ns;
+    const char* space = reinterpret_cast<const lyd_node_opaq*>(node)->name.module_ns;
+    return space != nullptr ? space : "";
+}
+
 std::string data_path(const lyd_node* node)
 {
     const std::unique_ptr<char, decltype(&std::free)> text(lyd_path(node, LYD_PATH_STD, nullptr, 0), std::free);

@@ -81,6 +81,9 @@ std::string_view schema_name(const lysc_node* node);
 // The node's name in the data, also where the schema does not know it.
 const char* node_name(const lyd_node* node);
 
+// Its namespace, likewise; empty when it has none.
+std::string_view node_namespace(const lyd_node* node);
+
 // The path of a node in libyang's writing, by which it finds the node again. The node must be linked.
 std::string data_path(const lyd_node* node);
 
