@@ -1,20 +1,17 @@
 #include "netconf/event_stream.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include <libyang/libyang.h>
+
+#include "server/libyang_memory.h"
 
 namespace qnips
 {
 
 namespace
 {
-
-struct TextDeleter {
-    void operator()(char* text) const noexcept { std::free(text); }
-};
 
 std::string present_time()
 {
@@ -23,7 +20,7 @@ std::string present_time()
     char* text = nullptr;
     if (ly_time_ts2str(&now, &text) != LY_SUCCESS)
         return {};
-    return std::unique_ptr<char, TextDeleter>(text).get();
+    return TextPtr(text).get();
 }
 
 } // namespace
