@@ -415,6 +415,7 @@ bool Operations::may_receive(const Requester& requester, const lyd_node* notific
     return access_.may_receive(requester.user, notification->schema);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): one of the table
 Reply Operations::create_subscription(const Requester& requester, const lyd_node* rpc)
 {
     if (!actions_.subscribe)

@@ -62,9 +62,17 @@ std::vector<std::string> announced_capabilities(ly_ctx* context)
     return capabilities;
 }
 
-struct Stopper {
-    std::atomic<bool>& stops;
-    ~Stopper() { stops = true; }
+// Says that threads are to stop when it goes.
+class Stopper
+{
+public:
+    explicit Stopper(std::atomic<bool>& stops) : stops_(stops) {}
+    Stopper(const Stopper&) = delete;
+    Stopper& operator=(const Stopper&) = delete;
+    ~Stopper() { stops_ = true; }
+
+private:
+    std::atomic<bool>& stops_;
 };
 
 struct Listener {
@@ -225,7 +233,7 @@ bool Server::Implementation::run(const std::function<bool()>& stop)
 {
     {
         const std::jthread accepting([this] { accept_clients(); });
-        const Stopper stopper{environment_.stops}; // the thread ends by it, whatever happens here
+        const Stopper stopper(environment_.stops); // the thread ends by it, whatever happens here
         while (!stop()) {
             std::this_thread::sleep_for(tick);
             forget_ended();

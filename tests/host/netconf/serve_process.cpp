@@ -45,13 +45,13 @@ constexpr std::string_view end_of_hello = "]]>]]>";
 } // namespace
 
 ServeProcess::ServeProcess(const std::filesystem::path& state, const std::vector<std::string>& arguments)
+    : log_(memfd_create("log", MFD_CLOEXEC))
 {
     std::vector<std::string> words = {"qn-ips", "serve", "--state", state.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     const ArgumentVector vector(std::move(words));
 
     std::array<int, 2> ends{};
-    log_ = memfd_create("log", MFD_CLOEXEC);
     if (log_ < 0 || pipe2(ends.data(), O_CLOEXEC) != 0)
         throw std::runtime_error("no log, or no pipe");
     id_ = fork();

@@ -54,7 +54,7 @@ TEST(ServerLog, WritesNamesAndValues)
         {{"user", "\u0085"}, R"(user="\u0085")", R"("user":"\u0085")"},
         {{"user", "\u009b31m"}, R"(user="\u009b31m")", R"("user":"\u009b31m")"},
         {{"user", "a\u2028b\u2029"}, R"(user="a\u2028b\u2029")", R"("user":"a\u2028b\u2029")"},
-        {{"user", "\u202etxt"}, R"(user="\u202etxt")", R"("user":"\u202etxt")"},
+        {{"user", "\xe2\x80\xaetxt"}, R"(user="\u202etxt")", R"("user":"\u202etxt")"},
         {{"user", "a\u200bb\ufeff"}, R"(user="a\u200bb\ufeff")", R"("user":"a\u200bb\ufeff")"},
         // The others can be read. They are quoted: some look like the blank between two fields.
         {{"user", "Jürgen"}, "user=\"Jürgen\"", "\"user\":\"Jürgen\""},
