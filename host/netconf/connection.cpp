@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <exception>
+#include <future>
 #include <system_error>
 #include <utility>
 
@@ -22,14 +23,28 @@ namespace
 class SessionThread
 {
 public:
-    SessionThread(NetconfSession& session, SessionPipe& pipe) : pipe_(pipe), thread_([&session] { session.run(); }) {}
+    SessionThread(NetconfSession& session, SessionPipe& pipe)
+        : pipe_(pipe), thread_([this, &session] {
+              session.run();
+              has_ended_.set_value();
+          })
+    {
+    }
     ~SessionThread() { pipe_.close(); }
     SessionThread(const SessionThread&) = delete;
     SessionThread& operator=(const SessionThread&) = delete;
 
+    // Whether the session ends in this time, now that the pipe does.
+    bool ends_within(std::chrono::seconds time)
+    {
+        pipe_.close();
+        return has_ended_.get_future().wait_for(time) == std::future_status::ready;
+    }
+
 private:
     SessionPipe& pipe_;
-    std::jthread thread_;
+    std::promise<void> has_ended_;
+    std::jthread thread_; // the last to come and the first to go
 };
 
 } // namespace
@@ -109,13 +124,16 @@ void Connection::serve(Channel& channel, Login login)
     SessionPipe pipe(environment_.schema.context(), settings_.limits.message_bytes, refusals, std::move(own));
     std::exception_ptr broken;
     {
-        const SessionThread thread(session, pipe);
+        SessionThread thread(session, pipe);
         try {
             relay(channel, pipe, aborts_, hello_deadline_);
         } catch (const SessionBroken&) {
             session.break_off();
             broken = std::current_exception();
         }
+        // A client that was killed is not kept until what it has asked for is evaluated.
+        if (!thread.ends_within(parting_limit))
+            part(channel, aborts_);
     }
     part(channel, aborts_);
     if (broken)

@@ -32,7 +32,7 @@ public:
 
     [[nodiscard]] bool has_ended() const { return has_ended_; }
     [[nodiscard]] SessionStage stage() const { return stage_; }
-    // It is to end at once. Whoever waits for it waits no longer than for an operation that is being carried out.
+    // It is to end at once, which it does as soon as it is done with the message or the operation that it is at.
     void abort() { aborts_ = true; }
 
 private:

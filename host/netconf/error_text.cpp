@@ -30,8 +30,8 @@ std::string_view error_type(const ReplyError& reply)
         return reply.layer;
     if (error.tag() == "malformed-message")
         return "rpc";
-    const bool is_protocol =
-        error.tag() == "lock-denied" || error.path().starts_with("/nc:") || error.path().starts_with("/ncm:");
+    const bool is_protocol = error.tag() == "lock-denied" || error.path().starts_with("/nc:") ||
+                             error.path().starts_with("/ncm:") || error.path().starts_with("/ncEvent:");
     return is_protocol ? "protocol" : "application";
 }
 

@@ -137,11 +137,13 @@ FileDescriptor listen_on_port(const std::string& address, std::uint16_t port)
         throw std::runtime_error(fmt::format("cannot listen on {} port {}: {}", address, port, gai_strerror(result)));
     const std::unique_ptr<addrinfo, AddressDeleter> list(found);
     FileDescriptor listener(socket(list->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    set_option(listener.get(), SOL_SOCKET, SO_REUSEADDR, 1);
+    const bool has_socket = listener.get() >= 0;
+    if (has_socket)
+        set_option(listener.get(), SOL_SOCKET, SO_REUSEADDR, 1);
     // So that all addresses of IPv4 can have the same port.
-    if (list->ai_family == AF_INET6)
+    if (has_socket && list->ai_family == AF_INET6)
         set_option(listener.get(), IPPROTO_IPV6, IPV6_V6ONLY, 1);
-    if (listener.get() < 0 || bind(listener.get(), list->ai_addr, list->ai_addrlen) != 0 ||
+    if (!has_socket || bind(listener.get(), list->ai_addr, list->ai_addrlen) != 0 ||
         listen(listener.get(), waiting_clients) != 0)
         throw std::runtime_error(fmt::format("cannot listen on {} port {}: {}", address, port, strerror(errno)));
     return listener;

@@ -36,7 +36,11 @@ public:
     explicit MessageReader(std::size_t limit) : limit_(limit) {}
 
     // Of what follows the message that next() gave last.
-    void set_framing(Framing framing) { framing_ = framing; }
+    void set_framing(Framing framing, std::size_t limit)
+    {
+        framing_ = framing;
+        limit_ = limit;
+    }
 
     // Bytes from the client. next() is to be asked for all messages before more bytes are added.
     void add(std::string_view bytes);

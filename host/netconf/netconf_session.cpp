@@ -76,8 +76,12 @@ bool OpenSessions::kill(const Kill& kill)
 
 void OpenSessions::subscribe(SessionId id, const lyd_node* rpc)
 {
-    const std::lock_guard guard(mutex_);
-    sessions_.at(id)->subscribe(rpc);
+    NetconfSession* session = nullptr;
+    {
+        const std::lock_guard guard(mutex_);
+        session = sessions_.at(id);
+    }
+    session->subscribe(rpc); // on its own thread, so it stays meanwhile
 }
 
 void OpenSessions::wake_all()
@@ -179,7 +183,6 @@ void NetconfSession::end()
     if (!is_counted_)
         return;
     stage_ = SessionStage::leaving;
-    environment_.admitted.fetch_sub(1);
     environment_.open.remove(requester_.session);
     if (queue_) {
         environment_.events.unsubscribe(queue_);
@@ -187,10 +190,18 @@ void NetconfSession::end()
     }
     environment_.operations.close_session(requester_.session);
     const SessionEndReason reason = end_reason();
-    environment_.table.remove(requester_.session,
-                              reason != SessionEndReason::closed && reason != SessionEndReason::killed);
+    leave(reason != SessionEndReason::closed && reason != SessionEndReason::killed);
     tell(LogLevel::info, "session-end", {{"reason", text_of(reason)}});
     publish_session_end(environment_.events, environment_.schema, requester_, text_of(reason), killed_by_);
+}
+
+// Gives its place to others.
+void NetconfSession::leave(bool is_dropped)
+{
+    if (has_left_.exchange(true))
+        return;
+    environment_.table.remove(requester_.session, is_dropped);
+    environment_.admitted.fetch_sub(1);
 }
 
 SessionEndReason NetconfSession::end_reason() const
@@ -207,6 +218,7 @@ SessionEndReason NetconfSession::end_reason() const
 void NetconfSession::kill(SessionId by)
 {
     killed_by_ = by;
+    leave(false);                       // what it reads for a client may keep its thread for long
     shutdown(socket_.get(), SHUT_RDWR); // it may be writing
     wake();
 }

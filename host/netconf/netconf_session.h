@@ -38,7 +38,7 @@ public:
     void remove(SessionId id);
     // Ends a session and what it is doing. False when there is no such session.
     bool kill(const Kill& kill);
-    // Gives a session the subscription that `rpc` asks for. Throws RpcError.
+    // Gives a session the subscription that `rpc` asks for, on the session's own thread. Throws RpcError.
     void subscribe(SessionId id, const lyd_node* rpc);
     // The server ends.
     void wake_all();
@@ -113,6 +113,7 @@ private:
     bool send(const Event& event);
     void give_up();
     void end();
+    void leave(bool is_dropped);
     [[nodiscard]] SessionEndReason end_reason() const;
     [[nodiscard]] bool has_idled() const;
     void tell(LogLevel level, std::string_view event, LogFields fields);
@@ -137,6 +138,7 @@ private:
     bool has_idled_out_ = false;
     std::atomic<SessionStage>& stage_;
     std::atomic<bool> is_broken_ = false;
+    std::atomic<bool> has_left_ = false;
     std::atomic<SessionId> killed_by_ = 0;
 };
 

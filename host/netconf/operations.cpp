@@ -110,7 +110,7 @@ const Operations::Row* Operations::row_of(const lyd_node* rpc)
         {netconf_module, "discard-changes", &Operations::discard_changes},
         {netconf_module, "kill-session", &Operations::kill_session, Turn::own},
         {monitoring_module, "get-schema", &Operations::get_schema},
-        {"notifications", "create-subscription", &Operations::create_subscription},
+        {"notifications", "create-subscription", &Operations::create_subscription, Turn::own},
     };
     for (const Row& row : rows)
         if (row.module == rpc->schema->module->name && row.name == rpc->schema->name)
@@ -172,7 +172,7 @@ void Operations::stop()
 
 // ------------------------------------------------------------------------------------------------------- reads --
 
-// What is read is selected from when the next operation has its turn: what a client selects may cost any time.
+// What is read is selected from after that, out of turn: what a client selects may cost any time.
 template <class Read>
 TreePtr Operations::in_turn(Read read)
 {

@@ -2,8 +2,9 @@
 //
 // Running is read from the device through the module, as is the state; what edits do happens in Datastores. Every
 // request is held against the rules of access control, which are part of what is read. Threads share the operations,
-// which are carried out one after the other, but for the one that ends another. This header names no type of the server
-// contract, whose error numbers bear the same names as those of the NETCONF library.
+// of which those that change or read a datastore have their turns one after the other: the module's callbacks never
+// meet. This header names no type of the server contract, whose error numbers bear the same names as those of the
+// NETCONF library.
 #pragma once
 
 #include <array>
@@ -132,7 +133,7 @@ private:
     ServerLog* log_ = nullptr;
     std::unique_ptr<ChangeEvents> events_; // null: nobody is told
     SessionActions actions_;
-    std::mutex mutex_; // held while an operation is carried out: the module's callbacks never meet
+    std::mutex mutex_; // held by the one that has its turn
     std::atomic<bool> is_stopped_ = false;
     std::vector<std::string> capabilities_;
     std::array<std::time_t, datastore_count> locked_since_{};

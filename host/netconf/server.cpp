@@ -99,6 +99,7 @@ private:
     void accept_client_of(const Listener& listener);
     void make_room();
     void forget_ended();
+    bool has_ended_by(RelayClock::time_point deadline, bool with_newcomers);
     bool end_all();
 
     ServerSettings settings_;
@@ -206,24 +207,26 @@ void Server::Implementation::forget_ended()
     connections_.remove_if([](const Connection& connection) { return connection.has_ended(); });
 }
 
-// False when there are clients whose requests cannot be ended.
+bool Server::Implementation::has_ended_by(RelayClock::time_point deadline, bool with_newcomers)
+{
+    const auto is_waited_for = [with_newcomers](const Connection& connection) {
+        return !connection.has_ended() && (with_newcomers || connection.stage() != SessionStage::newcomer);
+    };
+    while (std::ranges::any_of(connections_, is_waited_for) && RelayClock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return std::ranges::none_of(connections_, is_waited_for);
+}
+
+// False when there are clients whose messages cannot be done with.
 bool Server::Implementation::end_all()
 {
     environment_.stops = true;
     environment_.operations.stop();
     environment_.open.wake_all();
-    const auto ends_until = [this](RelayClock::time_point deadline) {
-        const auto is_waited_for = [](const Connection& connection) {
-            return !connection.has_ended() && connection.stage() != SessionStage::newcomer;
-        };
-        while (std::ranges::any_of(connections_, is_waited_for) && RelayClock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        return std::ranges::none_of(connections_, is_waited_for);
-    };
-    const bool has_ended = ends_until(RelayClock::now() + last_answers);
+    has_ended_by(RelayClock::now() + last_answers, false);
     for (Connection& connection : connections_)
         connection.abort();
-    if (!has_ended && !ends_until(RelayClock::now() + last_answers))
+    if (!has_ended_by(RelayClock::now() + last_answers, true))
         return false;
     connections_.clear();
     return true;

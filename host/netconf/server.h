@@ -1,4 +1,4 @@
-// The NETCONF server: listens, lets clients in, and hands their requests to Operations one after the other.
+// The NETCONF server: listens, lets clients in, and hands their requests to Operations.
 //
 // Threads: one accepts clients; each client has one for its connection and, once it is let in, one for its session, so
 // that whoever is silent or slow keeps nobody else waiting; the one that calls run() looks after confirmed commits.
@@ -65,8 +65,8 @@ public:
     [[nodiscard]] const std::vector<SshEndpoint>& ssh_endpoints() const;
 
     // Serves until `stop` says so; it is asked several times a second. The operation in progress is finished first,
-    // then all sessions end. False when one cannot end, because what its client has selected is evaluated for ever: no
-    // operation is in progress then, and the process may end; the server's destructor would wait.
+    // then all sessions end. False when one cannot end, because what its client has sent takes for ever to be
+    // evaluated: no operation is in progress then, and the process may end; the server's destructor would wait.
     [[nodiscard]] bool run(const std::function<bool()>& stop);
 
 private:

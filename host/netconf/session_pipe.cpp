@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -16,6 +17,8 @@ namespace
 {
 
 constexpr std::size_t piece = 65536; // of an answer that waits for the client
+// Of the first message. Nobody knows yet what its sender is up to, and many attributes cost much to read.
+constexpr std::size_t hello_limit = 65536;
 
 } // namespace
 
@@ -46,7 +49,8 @@ bool RefusalQueue::empty() const
 
 SessionPipe::SessionPipe(const ly_ctx* context, std::size_t message_limit, RefusalQueue& refusals,
                          FileDescriptor socket)
-    : context_(context), refusals_(refusals), socket_(std::move(socket)), reader_(message_limit)
+    : context_(context), refusals_(refusals), socket_(std::move(socket)), message_limit_(message_limit),
+      reader_(std::min(message_limit, hello_limit))
 {
 }
 
@@ -68,7 +72,7 @@ void SessionPipe::take(Message message)
         if (!framing_)
             throw BadHello("what the client has said first is no <hello>");
         to_server_ += framed(hello_for(*framing_), Framing::end_of_message);
-        reader_.set_framing(*framing_);
+        reader_.set_framing(*framing_, message_limit_);
         return;
     }
     auto request = check_request(context_, std::move(message), *framing_);

@@ -94,6 +94,7 @@ private:
     const ly_ctx* context_;
     RefusalQueue& refusals_;
     FileDescriptor socket_;
+    std::size_t message_limit_;
     MessageReader reader_;
     std::optional<Framing> framing_; // of what follows the client's <hello>
     std::string to_server_;

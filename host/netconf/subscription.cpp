@@ -54,7 +54,7 @@ std::shared_ptr<const Subscription> read_subscription(const YangSchema& schema, 
         throw RpcError("invalid-value", fmt::format("{}/stream", instance_path(rpc)),
                        fmt::format("there is no stream \"{}\"", *stream));
     if (read_leaf(rpc, "startTime"))
-        throw RpcError("operation-not-supported", fmt::format("{}/startTime", instance_path(rpc)),
+        throw RpcError("operation-failed", fmt::format("{}/startTime", instance_path(rpc)),
                        "the server keeps no earlier events");
     auto subscription = std::make_shared<const Subscription>(copy(rpc), read_stop_time(rpc));
     subscription->try_filter(notification_complete(schema));

@@ -19,7 +19,7 @@ constexpr std::size_t limit = 20;
 std::vector<std::string> messages_in(const std::string& stream, Framing framing, std::size_t piece)
 {
     MessageReader reader(limit);
-    reader.set_framing(framing);
+    reader.set_framing(framing, limit);
     std::vector<std::string> found;
     try {
         for (std::size_t at = 0; at < stream.size(); at += piece) {
@@ -79,7 +79,7 @@ TEST(MessageReader, ChangesFramingBetweenMessages)
     MessageReader reader(limit);
     reader.add("<hello/>]]>]]>\n#4\n<a/>\n##\n");
     EXPECT_EQ(reader.next()->text, "<hello/>");
-    reader.set_framing(Framing::chunked);
+    reader.set_framing(Framing::chunked, limit);
     EXPECT_EQ(reader.next()->text, "<a/>");
     EXPECT_FALSE(reader.next());
 }

@@ -256,7 +256,7 @@ TEST_F(Notifications, AreRefusedWhereTheyCannotBeHad)
     };
     const std::vector<Case> cases = {
         {subscription("<stream>OTHER</stream>"), "invalid-value"},
-        {subscription("<startTime>2020-01-01T00:00:00Z</startTime>"), "operation-not-supported"},
+        {subscription("<startTime>2020-01-01T00:00:00Z</startTime>"), "operation-failed"},
         {subscription("<stopTime>2020-01-01T00:00:00Z</stopTime>"), "bad-element"},
         {subscription("<filter type=\"xpath\"/>"), "missing-attribute"},
     };

@@ -206,8 +206,13 @@ TEST_F(Torture, EndsSessionsWithWrongFraming)
 TEST_F(Torture, EndsSessionsThatBeginWrongly)
 {
     start();
-    const std::vector<std::string> hellos = {"<hello", "no XML", "<hello/>", request("<get/>"),
-                                             fmt::format("<hello xmlns=\"{}\"><capabilities/></hello>", base)};
+    const std::vector<std::string> hellos = {
+        "<hello",
+        "no XML",
+        "<hello/>",
+        request("<get/>"),
+        fmt::format("<hello xmlns=\"{}\"><capabilities/></hello>", base),
+        fmt::format("<hello xmlns=\"{}\">{}</hello>", base, std::string(100000, ' '))};
     for (const std::string& hello : hellos) {
         RawClient client(socket(), Greeting::none);
         client.send(hello);
@@ -301,15 +306,39 @@ TEST_F(Torture, LetsSlowReadersKeepNobodyWaiting)
 const std::string for_ever =
     "<get><filter type=\"xpath\" select=\"//*[count(//*[count(//*[count(//*)>0])>0])>0]\"/></get>";
 
+// The same for the one notification that a subscription's expression is tried on.
+std::string subscription_for_ever()
+{
+    const std::string letters(60000, 'a');
+    const std::string term = fmt::format("string-length(translate('{}','{}b',''))>0", letters, std::string(60000, 'b'));
+    std::string all = term;
+    for (int i = 0; i < 40; ++i)
+        all += " and " + term;
+    return fmt::format("<create-subscription xmlns=\"urn:ietf:params:xml:ns:netconf:notification:1.0\"><filter "
+                       "type=\"xpath\" select=\"/self::node()[{}]\"/></create-subscription>",
+                       all);
+}
+
 TEST_F(Torture, LetsCostlyFiltersKeepNobodyWaiting)
 {
     start();
-    RawClient client(socket());
-    EXPECT_EQ(client.call(edit("running", config_with(web))), ok);
-    client.send(request(for_ever));
-    for (int i = 0; i < 3; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        expect_service();
+    for (const std::string& costly : {for_ever, subscription_for_ever()}) {
+        RawClient client(socket());
+        EXPECT_EQ(client.call(edit("running", config_with(web))), ok);
+        client.send(request(costly));
+        for (int i = 0; i < 3; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            expect_service();
+        }
+        RawClient killer(socket());
+        EXPECT_EQ(
+            killer.call(fmt::format("<kill-session><session-id>{}</session-id></kill-session>", client.session_id())),
+            ok);
+        EXPECT_THAT(killer.call("<get><filter type=\"subtree\"><netconf-state "
+                                "xmlns=\"urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring\"><sessions/>"
+                                "</netconf-state></filter></get>"),
+                    testing::Not(HasSubstr(fmt::format("<session-id>{}<", client.session_id()))));
+        EXPECT_EQ(client.receive(), "");
     }
     server_->stop();
     EXPECT_THAT(content_of(folder_.file("log")), HasSubstr("event=stop sessions=abandoned"));
