@@ -173,6 +173,8 @@ void print_refusal_text(const RpcError& error, std::string_view consequence)
 {
     fmt::print(stderr, "qn-ips: error: the edit is refused, {}\n", consequence);
     print_error_text(error);
+    for (const RpcError& other : error.others())
+        print_error_text(other);
 }
 
 void print_error_text(const RpcError& error)

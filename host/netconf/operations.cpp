@@ -146,6 +146,8 @@ Reply Operations::carried_out(const Row* row, const Requester& requester, const 
         return (this->*row->operation)(requester, rpc);
     } catch (const RpcError& error) {
         reply.errors.push_back({error});
+        for (const RpcError& other : error.others())
+            reply.errors.push_back({other});
     } catch (const std::exception& error) {
         reply.errors.push_back({RpcError("operation-failed", {}, error.what())});
     }

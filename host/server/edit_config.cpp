@@ -70,8 +70,9 @@ public:
     void apply(const EditRequest& request)
     {
         const EditOperation operation = initial_operation(request.default_operation);
-        const std::vector<EditNode> roots = read_edit_roots(request.edit, operation);
+        const std::vector<EditNode> roots = read_edit_roots(request.edit, operation, &errors_);
         apply_siblings(roots, request.edit, nullptr, operation == EditOperation::replace);
+        errors_.throw_all();
         tree_.settle();
     }
 
@@ -82,14 +83,23 @@ private:
         if (replaces)
             remove_others(edits, first, parent);
         for (const EditNode& edit : edits) {
-            lyd_node* node = apply_node(parent, edit);
-            if (node == nullptr || !lysc_is_userordered(edit.schema))
-                continue;
-            if (edit.insert != InsertAt::unspecified)
-                insert(node, edit);
-            else if (replaces)
-                tree_.place_last(node);
+            try {
+                apply_one(parent, edit, replaces);
+            } catch (const RpcError& error) {
+                errors_.add(error);
+            }
         }
+    }
+
+    void apply_one(lyd_node* parent, const EditNode& edit, bool replaces)
+    {
+        lyd_node* node = apply_node(parent, edit);
+        if (node == nullptr || !lysc_is_userordered(edit.schema))
+            return;
+        if (edit.insert != InsertAt::unspecified)
+            insert(node, edit);
+        else if (replaces)
+            tree_.place_last(node);
     }
 
     // The instance that is left, null if none is.
@@ -120,7 +130,7 @@ private:
         if (edit.schema->nodetype == LYS_LEAF && edit.operation != EditOperation::none)
             tree_.set_value(node, lyd_get_value(edit.node));
         else if ((edit.schema->nodetype & (LYS_CONTAINER | LYS_LIST)) != 0)
-            apply_siblings(read_edit_children(edit), lyd_child(edit.node), node,
+            apply_siblings(read_edit_children(edit, &errors_), lyd_child(edit.node), node,
                            existed && edit.operation == EditOperation::replace);
         return node;
     }
@@ -184,6 +194,7 @@ private:
     }
 
     MarkedTree tree_;
+    EditErrors errors_;
 };
 
 // The topmost removed nodes; what is below them goes along.

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
 #include <libyang/libyang.h>
@@ -233,11 +234,12 @@ private:
     std::vector<Entry> entries_;
 };
 
-std::vector<EditNode> read_siblings(const lyd_node* first, const EditNode* parent, EditOperation inherited)
+std::vector<EditNode> read_siblings(const lyd_node* first, const EditNode* parent, EditOperation inherited,
+                                    EditErrors* errors)
 {
     std::vector<EditNode> result;
     CaseLedger cases;
-    for (const lyd_node* node = first; node != nullptr; node = node->next) {
+    const auto read = [&](const lyd_node* node) {
         EditNode edit = read_edit_node(node, parent != nullptr ? parent->schema : nullptr, inherited);
         refuse_twin(edit, first);
         cases.enter(edit);
@@ -245,11 +247,35 @@ std::vector<EditNode> read_siblings(const lyd_node* first, const EditNode* paren
             result.push_back(std::move(edit));
         else if (edit.operation != inherited)
             refuse_attribute(edit, "operation", "a key cannot have another operation than its entry");
+    };
+    for (const lyd_node* node = first; node != nullptr; node = node->next) {
+        try {
+            read(node);
+        } catch (const RpcError& error) {
+            if (errors == nullptr)
+                throw;
+            errors->add(error);
+        }
     }
     return result;
 }
 
 } // namespace
+
+void EditErrors::add(const RpcError& error)
+{
+    if (errors_.size() < most)
+        errors_.push_back(error);
+}
+
+void EditErrors::throw_all()
+{
+    if (errors_.empty())
+        return;
+    RpcError first = errors_.front();
+    errors_.erase(errors_.begin());
+    throw std::move(first).with(std::exchange(errors_, {}));
+}
 
 void refuse_both_cases(const lyd_node* node, const lyd_node* other, const lysc_node* choice)
 {
@@ -258,14 +284,14 @@ void refuse_both_cases(const lyd_node* node, const lyd_node* other, const lysc_n
                                node_name(node), choice->name));
 }
 
-std::vector<EditNode> read_edit_roots(const lyd_node* first, EditOperation inherited)
+std::vector<EditNode> read_edit_roots(const lyd_node* first, EditOperation inherited, EditErrors* errors)
 {
-    return read_siblings(first, nullptr, inherited);
+    return read_siblings(first, nullptr, inherited, errors);
 }
 
-std::vector<EditNode> read_edit_children(const EditNode& parent)
+std::vector<EditNode> read_edit_children(const EditNode& parent, EditErrors* errors)
 {
-    return read_siblings(lyd_child(parent.node), &parent, parent.operation);
+    return read_siblings(lyd_child(parent.node), &parent, parent.operation, errors);
 }
 
 std::string edit_path(const lyd_node* node)

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "server/rpc_error.h"
+
 struct lyd_node;
 struct lysc_node;
 
@@ -17,6 +19,21 @@ enum class EditOperation { merge, replace, create, delete_existing, remove, none
 // RFC 7950, 7.7.9 and 7.8.6.
 enum class InsertAt { unspecified, first, last, before, after };
 
+// What is wrong with an edit, in the order of its nodes.
+class EditErrors
+{
+public:
+    // More than anybody reads are not kept.
+    void add(const RpcError& error);
+    // Throws the first, with the others, if there are any.
+    void throw_all();
+
+private:
+    static constexpr std::size_t most = 100;
+
+    std::vector<RpcError> errors_;
+};
+
 struct EditNode {
     const lyd_node* node = nullptr;
     const lysc_node* schema = nullptr; // never null, not even where the edit only names a leaf to be removed
@@ -28,9 +45,9 @@ struct EditNode {
 // The children of `parent` in an edit, or its roots, without the keys, which belong to their entry. `inherited` is the
 // operation of a node that states none. Checks each node, and what holds among them: every instance once (a root may
 // come again, as an edit of its own), keys with the operation of their entry, and of a choice one case only (RFC
-// 7950, 7.9). Throws RpcError.
-std::vector<EditNode> read_edit_roots(const lyd_node* first, EditOperation inherited);
-std::vector<EditNode> read_edit_children(const EditNode& parent);
+// 7950, 7.9). Throws RpcError. With a place for errors they are put there instead, and the nodes at fault left out.
+std::vector<EditNode> read_edit_roots(const lyd_node* first, EditOperation inherited, EditErrors* errors = nullptr);
+std::vector<EditNode> read_edit_children(const EditNode& parent, EditErrors* errors = nullptr);
 
 // Throws the RpcError for an edit that has nodes of two cases of one choice; `node` is the one at fault.
 [[noreturn]] void refuse_both_cases(const lyd_node* node, const lyd_node* other, const lysc_node* choice);

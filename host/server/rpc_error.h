@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace qnips
 {
@@ -33,12 +35,25 @@ public:
         return std::move(*this);
     }
 
+    // The first of several errors of one request.
+    [[nodiscard]] RpcError with(std::vector<RpcError> others) &&
+    {
+        others_ = std::make_shared<const std::vector<RpcError>>(std::move(others));
+        return std::move(*this);
+    }
+
     [[nodiscard]] std::string_view tag() const noexcept { return tag_; }
     [[nodiscard]] const std::string& path() const noexcept { return path_; }
     [[nodiscard]] const std::string& app_tag() const noexcept { return app_tag_; }
     [[nodiscard]] std::optional<std::uint32_t> lock_holder() const noexcept { return lock_holder_; }
     // Empty where nothing was named.
     [[nodiscard]] const std::string& culprit() const noexcept { return culprit_; }
+    // The errors of the same request that come after this one.
+    [[nodiscard]] const std::vector<RpcError>& others() const noexcept
+    {
+        static const std::vector<RpcError> none;
+        return others_ != nullptr ? *others_ : none;
+    }
 
 private:
     std::string_view tag_;
@@ -46,6 +61,7 @@ private:
     std::string app_tag_;
     std::optional<std::uint32_t> lock_holder_;
     std::string culprit_;
+    std::shared_ptr<const std::vector<RpcError>> others_; // null: none. Shared, so that a copy cannot throw
 };
 
 } // namespace qnips

@@ -329,6 +329,28 @@ TEST(Operations, FreeWhatAKilledSessionHolds)
     EXPECT_EQ(server.kills().front().by, 1U);
 }
 
+// Each node that is at fault, and nothing below it.
+TEST(Operations, TellAllThatIsWrongWithTheDataOfAnEdit)
+{
+    NetconfServer server;
+    server.call(edit("running", config_with(profile("there"))));
+    const std::string nc = " xmlns:n=\"urn:ietf:params:xml:ns:netconf:base:1.0\" n:operation=\"";
+    const std::string wrong = config_with(
+        "<profile" + nc + "create\"><name>there</name></profile><profile" + nc +
+        "delete\"><name>gone</name></profile>" +
+        profile("new",
+                "<associated-check-enable>perhaps</associated-check-enable><none/><description>d</description>"));
+    const Reply reply = server.reply_to(edit("running", wrong));
+    std::vector<std::string> told;
+    for (const ReplyError& error : reply.errors)
+        told.push_back(
+            fmt::format("{} {}", error.error.tag(), error.error.path().substr(error.error.path().find("profile["))));
+    EXPECT_THAT(told, testing::ElementsAre("data-exists profile[name='there']", "data-missing profile[name='gone']",
+                                           "invalid-value profile[name='new']/associated-check-enable",
+                                           "unknown-element profile[name='new']/none"));
+    EXPECT_EQ(server.call(get_config("running")), config_of(profile("there")));
+}
+
 // Wherever it was killed (RFC 6241, 7.9).
 TEST(Operations, TakeBackTheEditOfAKilledSession)
 {
