@@ -51,6 +51,13 @@ std::string all_for(const std::string& group, const std::string& members = {})
 
 const std::string any_port = "127.0.0.1:0";
 
+void become_nobody()
+{
+    constexpr uid_t nobody = 65534;
+    if (setgid(nobody) != 0 || setuid(nobody) != 0)
+        throw std::runtime_error("setuid");
+}
+
 class ServeRights : public testing::Test
 {
 protected:
@@ -70,6 +77,14 @@ protected:
     {
         arguments.insert(arguments.end(), {"--log-target", log_file_, "--log-level", "debug"});
         server_.emplace(state_, arguments);
+    }
+
+    // With a socket that all users of the machine may open, and these lines of the settings.
+    void start_for_everybody(const std::string& settings = {})
+    {
+        const std::string file = folder_.file("settings.toml");
+        write_file(file, fmt::format("[unix]\nsocket = \"{}\"\nmode = \"0666\"\n{}", socket(), settings));
+        start({"--config", file});
     }
 
     // Until this stands in what the log has said since.
@@ -138,14 +153,10 @@ TEST_F(ServeRights, AnotherUserOfTheMachineHasWhatRulesGive)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can be somebody else";
-    constexpr uid_t nobody = 65534;
-    const std::string settings = folder_.file("settings.toml");
-    write_file(settings, fmt::format("[unix]\nsocket = \"{}\"\nmode = \"0666\"\n", socket()));
-    start({"--config", settings});
+    start_for_everybody();
     const auto answers = [&] {
         ChildProcess child([&](const Reports& reports) {
-            if (setgid(nobody) != 0 || setuid(nobody) != 0)
-                throw std::runtime_error("setuid");
+            become_nobody();
             RawClient client(socket());
             for (const std::string& request : {get_config("running"), edit("running", config_with(profile("web")))}) {
                 const std::string answer = client.call(request);
@@ -165,13 +176,9 @@ TEST_F(ServeRights, OthersCannotKeepTheAdministratorOut)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can be somebody else";
-    constexpr uid_t nobody = 65534;
-    const std::string settings = folder_.file("settings.toml");
-    write_file(settings, fmt::format("[unix]\nsocket = \"{}\"\nmode = \"0666\"\n[limits]\nsessions = 2\n", socket()));
-    start({"--config", settings});
+    start_for_everybody("[limits]\nsessions = 2\n");
     ChildProcess child([&](const Reports& reports) {
-        if (setgid(nobody) != 0 || setuid(nobody) != 0)
-            throw std::runtime_error("setuid");
+        become_nobody();
         RawClient one(socket());
         RawClient two(socket());
         one.call(get_config("running"));
